@@ -1,0 +1,17 @@
+# Library sources: every .cpp under the portable subsystem folders plus the
+# platform backend of the target system.
+find_package(Threads REQUIRED)
+set(_subsystems frame text settings streams geometry curves export imaging)
+set(CADSERV_SOURCES "")
+foreach(_dir IN LISTS _subsystems)
+  file(GLOB _files CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/src/${_dir}/*.cpp)
+  list(APPEND CADSERV_SOURCES ${_files})
+endforeach()
+file(GLOB _files CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/src/platform/*.cpp)
+list(APPEND CADSERV_SOURCES ${_files})
+if(WIN32)
+  file(GLOB _files CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/src/platform/win32/*.cpp)
+else()
+  file(GLOB _files CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/src/platform/posix/*.cpp)
+endif()
+list(APPEND CADSERV_SOURCES ${_files})

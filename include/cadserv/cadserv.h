@@ -1,0 +1,16 @@
+// cadserv: the shared services of the CAD import and export filters.
+// Umbrella header: includes every public header.
+#ifndef CADSERV_CADSERV_H
+#define CADSERV_CADSERV_H
+
+#include "cadserv/codepage.h"
+#include "cadserv/com.h"
+#include "cadserv/export.h"
+#include "cadserv/guids.h"
+#include "cadserv/lines.h"
+#include "cadserv/server.h"
+#include "cadserv/stream.h"
+#include "cadserv/text.h"
+#include "cadserv/xref.h"
+
+#endif  // CADSERV_CADSERV_H

@@ -1,0 +1,45 @@
+// cadserv: the command-line tool over the library's public interface.
+#include <stdio.h>
+#include <string.h>
+
+#include "command.h"
+
+namespace cadserv_tool {
+namespace {
+
+const char kUsage[] =
+    "usage: cadserv <command> [arguments]\n"
+    "\n"
+    "commands:\n"
+    "  text convert --from CP --to CP [-o OUT] [FILE]   convert text between code pages\n"
+    "\n"
+    "Run 'cadserv <command> --help' for the arguments of a command.\n";
+
+struct Command {
+  const char* name;
+  int (*run)(const Args& args);
+};
+
+constexpr Command kCommands[] = {
+    {"text", TextCommand},
+};
+
+}  // namespace
+}  // namespace cadserv_tool
+
+int main(int argc, char** argv) {
+  using namespace cadserv_tool;
+  if (argc < 2) {
+    fputs(kUsage, stderr);
+    return kExitUsage;
+  }
+  if (strcmp(argv[1], "--help") == 0 || strcmp(argv[1], "-h") == 0 || strcmp(argv[1], "help") == 0) {
+    fputs(kUsage, stdout);
+    return kExitOk;
+  }
+  Args args(argv + 2, argv + argc);
+  for (const Command& command : kCommands) {
+    if (strcmp(argv[1], command.name) == 0) return command.run(args);
+  }
+  return Fail(kExitUsage, std::string("unknown command '") + argv[1] + "' (try 'cadserv --help')");
+}
