@@ -74,6 +74,20 @@ int32_t AnsiCodePage();
 bool ConvertByteToUnit(uint32_t codePage, uint8_t byte, WCHAR* unit);
 
 // ---------------------------------------------------------------------------
+// Finding files (FindFirstFileW on one name, then FindClose)
+
+struct FoundFile {
+  uint64_t size = 0;        // nFileSizeHigh:nFileSizeLow
+  bool isDirectory = false;
+};
+
+// Looks for `path` (UTF-16; `\\` and `/` both separate folders): the exact
+// name first, then a case-insensitive match of the last component in its
+// folder, since drawings made on Windows name files in any case. On success
+// fills `found` (may be null) and returns true.
+bool FindFile(const WCHAR* path, FoundFile* found);
+
+// ---------------------------------------------------------------------------
 // Test hooks: let a test reach paths that depend on the platform's answers.
 
 // Overrides the ANSI code page (0: back to the process locale).
