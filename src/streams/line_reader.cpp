@@ -1,0 +1,177 @@
+// SERV_GetLine and SERV_GetLineToW: one text line per call from any stream.
+//
+// What a call returns is fixed by one imagined read of size - 1 bytes (the
+// "window") from the stream's position: the text is those bytes up to the
+// first NUL or SUB, the line ends at the first CR or LF (CR LF and LF CR
+// count as one terminator, unless the window ends between the two), and the
+// stream is left at the start of the next line -- at the SUB when the text
+// ends at one, after the whole window when it ends otherwise.
+//
+// Reading the whole window for every line would cost a full buffer per line
+// (filters pass 256 to 4096 bytes; DXF lines are 3 to 10). So the window is
+// read in growing pieces, each landing at the offset the single read would
+// have put it, and reading stops as soon as the answer is decided: the line
+// end and the byte after it have been seen. What was read beyond the line is
+// sought back, as the single read would be. Results, the line, and the
+// position after the call are the same as with the single read; so are they
+// on a stream whose Seek fails (the rest of the window is then read, leaving
+// the stream where the single read would have left it).
+//
+// The fast reading relies on what every cadserv stream does: Read returns
+// fewer bytes than asked only at the end of the content, and a failing Read
+// fails whatever range it is asked for.
+//
+// The bytes of `buffer` after the line's terminating zero are unspecified.
+#include <string.h>
+
+#include "cadserv/lines.h"
+#include "cadserv/text.h"
+#include "streams/line_scan.h"
+
+namespace cadserv::streams {
+namespace {
+
+// The first piece is enough for several DXF lines; later pieces double.
+constexpr uint32_t kFirstPiece = 64;
+
+class LineReader {
+ public:
+  LineReader(IServStream* stream, char* buffer, uint32_t window)
+      : stream_(stream), buffer_(buffer), window_(window) {}
+
+  int32_t ReadLine(bool skipEmpty);
+
+ private:
+  uint8_t At(uint32_t offset) const { return static_cast<uint8_t>(buffer_[offset]); }
+  // Reads the next piece of the window; at the end of the stream (or of the
+  // window) marks the text complete.
+  void ReadMore();
+  // Reads what is left of the window: the stream then stands where the
+  // single read would have left it.
+  void ReadRest();
+  // Leaves the stream at `offset` of the window.
+  void PutBack(uint32_t offset);
+  // Moves the line [start, end) to the front of the buffer, terminates it
+  // and returns `result`.
+  int32_t Deliver(uint32_t start, uint32_t end, uint32_t result);
+
+  IServStream* stream_;
+  char* buffer_;
+  uint32_t window_;        // size - 1: what the single read would ask for
+  uint32_t held_ = 0;      // bytes of the window in buffer_ so far
+  bool complete_ = false;  // held_ is all the single read would have given
+};
+
+void LineReader::ReadMore() {
+  uint32_t want = window_ - held_;
+  uint32_t piece = held_ < kFirstPiece ? kFirstPiece : held_;
+  if (piece < want) want = piece;
+  uint32_t got = 0;
+  if (stream_->Read(buffer_ + held_, want, &got) != SERV_OK) got = 0;
+  if (got > want) got = want;
+  held_ += got;
+  if (got < want || held_ == window_) complete_ = true;
+}
+
+void LineReader::ReadRest() {
+  if (complete_) return;
+  uint32_t want = window_ - held_;
+  uint32_t got = 0;
+  if (stream_->Read(buffer_ + held_, want, &got) != SERV_OK) got = 0;
+  held_ += got < want ? got : want;
+  complete_ = true;
+}
+
+void LineReader::PutBack(uint32_t offset) {
+  // The offset wraps as a 32-bit signed count, as a seek by (offset - held)
+  // from the current position always has.
+  int32_t back = static_cast<int32_t>(offset - held_);
+  if (stream_->Seek(back, SERV_SEEK_CUR, nullptr) != SERV_OK) ReadRest();
+}
+
+int32_t LineReader::Deliver(uint32_t start, uint32_t end, uint32_t result) {
+  uint32_t length = end - start;
+  if (start != 0) memmove(buffer_, buffer_ + start, length);
+  buffer_[length] = '\0';
+  return static_cast<int32_t>(result);
+}
+
+int32_t LineReader::ReadLine(bool skipEmpty) {
+  ReadMore();
+  if (held_ == 0) {
+    buffer_[0] = '\0';
+    return -1;
+  }
+  if (At(0) == kSub) {
+    // The end of the text; what the single read took stays consumed.
+    ReadRest();
+    buffer_[0] = '\0';
+    return -1;
+  }
+  uint32_t start = 0;  // the current line's first byte
+  uint32_t scan = 0;   // bytes before this hold no stop byte
+  for (;;) {
+    uint32_t stop = scan + static_cast<uint32_t>(FindLineStop(
+                               reinterpret_cast<uint8_t*>(buffer_) + scan, held_ - scan));
+    if (stop == held_) {
+      scan = held_;
+      if (!complete_) {
+        ReadMore();
+        continue;
+      }
+      // No line end within the window: all of it is the line.
+      return Deliver(start, held_, held_);
+    }
+    uint8_t c = At(stop);
+    if (c == kNul) {
+      // The text ends here, but every byte of the window stays consumed.
+      ReadRest();
+      return Deliver(start, stop, held_);
+    }
+    if (c == kSub) {
+      // The text ends here, and the next call starts at the SUB.
+      PutBack(stop);
+      return Deliver(start, stop, stop);
+    }
+    // A line end. Its partner (LF after CR, CR after LF) belongs to it, unless
+    // the window ends before the partner.
+    if (stop + 1 == held_ && !complete_) {
+      scan = stop;
+      ReadMore();
+      continue;
+    }
+    uint8_t partner = c == kLineFeed ? kCarriageReturn : kLineFeed;
+    uint32_t next = stop + 1 < held_ && At(stop + 1) == partner ? stop + 2 : stop + 1;
+    if (skipEmpty && stop == start) {
+      start = scan = next;
+      continue;
+    }
+    PutBack(next);
+    return Deliver(start, stop, next - start);
+  }
+}
+
+}  // namespace
+}  // namespace cadserv::streams
+
+int32_t SERV_GetLine(IServStream* stream, char* buffer, uint32_t size, BOOL skipEmpty) {
+  // No room even for the terminator: nothing is read and nothing written.
+  if (buffer == nullptr || size == 0) return -1;
+  if (stream == nullptr || size == 1) {
+    // Size 1 leaves no room for a byte of text.
+    buffer[0] = '\0';
+    return -1;
+  }
+  cadserv::streams::LineReader reader(stream, buffer, size - 1);
+  return reader.ReadLine((skipEmpty & 0xFF) != 0);
+}
+
+int32_t SERV_GetLineToW(IServStream* stream, char* buffer, uint32_t size, BOOL skipEmpty) {
+  int32_t result = SERV_GetLine(stream, buffer, size, skipEmpty);
+  // Widened in place from the ANSI code page, also after -1 (an empty line
+  // then becomes an empty UTF-16 string). The count stays in stream bytes.
+  if (buffer != nullptr && size != 0) {
+    SERV_StrToWideStr(buffer, reinterpret_cast<WCHAR*>(buffer), 0);
+  }
+  return result;
+}
