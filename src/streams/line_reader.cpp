@@ -17,9 +17,15 @@
 // on a stream whose Seek fails (the rest of the window is then read, leaving
 // the stream where the single read would have left it).
 //
+// When the stream's content lies in memory (GetBuffer), the bytes are
+// examined there, at the stream's position, rather than in the buffer that
+// Read has just filled with the same bytes: a load right after the stream's
+// copy would wait for that copy, and so would every following call.
+//
 // The fast reading relies on what every cadserv stream does: Read returns
-// fewer bytes than asked only at the end of the content, and a failing Read
-// fails whatever range it is asked for.
+// fewer bytes than asked only at the end of the content, a failing Read
+// fails whatever range it is asked for, and GetBuffer's bytes are the ones
+// Read returns.
 //
 // The bytes of `buffer` after the line's terminating zero are unspecified.
 #include <string.h>
@@ -34,99 +40,107 @@ namespace {
 // The first piece is enough for several DXF lines; later pieces double.
 constexpr uint32_t kFirstPiece = 64;
 
+// Keeps the rare paths out of the common one, so that it stays short.
+#if defined(__GNUC__)
+#define CADSERV_COLD __attribute__((noinline, cold))
+#else
+#define CADSERV_COLD
+#endif
+
+// What one call has read of its window so far.
+struct Window {
+  IServStream* stream;
+  char* buffer;
+  uint32_t size;         // what the single read would ask for: size - 1
+  const uint8_t* bytes;  // the window's bytes: the buffer, or the stream's view
+  uint32_t held;         // bytes of the window in the buffer so far
+  bool complete;         // `held` is all that the single read would have given
+};
+
+// The general case, after the first piece: lines that need more pieces,
+// empty lines to skip, NUL and SUB, failing seeks.
 class LineReader {
  public:
-  LineReader(IServStream* stream, char* buffer, uint32_t window)
-      : stream_(stream), buffer_(buffer), window_(window) {}
+  explicit LineReader(const Window& window) : w_(window) {}
 
-  int32_t ReadLine(bool skipEmpty);
+  CADSERV_COLD int32_t ReadLine(bool skipEmpty);
+  // Reads what is left of the window: the stream then stands where the
+  // single read would have left it.
+  CADSERV_COLD void ReadRest();
 
  private:
-  uint8_t At(uint32_t offset) const { return static_cast<uint8_t>(buffer_[offset]); }
+  uint8_t At(uint32_t offset) const { return w_.bytes[offset]; }
   // Reads the next piece of the window; at the end of the stream (or of the
   // window) marks the text complete.
   void ReadMore();
-  // Reads what is left of the window: the stream then stands where the
-  // single read would have left it.
-  void ReadRest();
   // Leaves the stream at `offset` of the window.
   void PutBack(uint32_t offset);
   // Moves the line [start, end) to the front of the buffer, terminates it
   // and returns `result`.
   int32_t Deliver(uint32_t start, uint32_t end, uint32_t result);
 
-  IServStream* stream_;
-  char* buffer_;
-  uint32_t window_;        // size - 1: what the single read would ask for
-  uint32_t held_ = 0;      // bytes of the window in buffer_ so far
-  bool complete_ = false;  // held_ is all the single read would have given
+  Window w_;
 };
 
 void LineReader::ReadMore() {
-  uint32_t want = window_ - held_;
-  uint32_t piece = held_ < kFirstPiece ? kFirstPiece : held_;
+  uint32_t want = w_.size - w_.held;
+  uint32_t piece = w_.held < kFirstPiece ? kFirstPiece : w_.held;
   if (piece < want) want = piece;
   uint32_t got = 0;
-  if (stream_->Read(buffer_ + held_, want, &got) != SERV_OK) got = 0;
+  if (w_.stream->Read(w_.buffer + w_.held, want, &got) != SERV_OK) got = 0;
   if (got > want) got = want;
-  held_ += got;
-  if (got < want || held_ == window_) complete_ = true;
+  w_.held += got;
+  if (got < want || w_.held == w_.size) w_.complete = true;
 }
 
 void LineReader::ReadRest() {
-  if (complete_) return;
-  uint32_t want = window_ - held_;
+  if (w_.complete) return;
+  uint32_t want = w_.size - w_.held;
   uint32_t got = 0;
-  if (stream_->Read(buffer_ + held_, want, &got) != SERV_OK) got = 0;
-  held_ += got < want ? got : want;
-  complete_ = true;
+  if (w_.stream->Read(w_.buffer + w_.held, want, &got) != SERV_OK) got = 0;
+  w_.held += got < want ? got : want;
+  w_.complete = true;
 }
 
 void LineReader::PutBack(uint32_t offset) {
   // The offset wraps as a 32-bit signed count, as a seek by (offset - held)
   // from the current position always has.
-  int32_t back = static_cast<int32_t>(offset - held_);
-  if (stream_->Seek(back, SERV_SEEK_CUR, nullptr) != SERV_OK) ReadRest();
+  int32_t back = static_cast<int32_t>(offset - w_.held);
+  if (w_.stream->Seek(back, SERV_SEEK_CUR, nullptr) != SERV_OK) ReadRest();
 }
 
 int32_t LineReader::Deliver(uint32_t start, uint32_t end, uint32_t result) {
   uint32_t length = end - start;
-  if (start != 0) memmove(buffer_, buffer_ + start, length);
-  buffer_[length] = '\0';
+  if (start != 0) memmove(w_.buffer, w_.buffer + start, length);
+  w_.buffer[length] = '\0';
   return static_cast<int32_t>(result);
 }
 
 int32_t LineReader::ReadLine(bool skipEmpty) {
-  ReadMore();
-  if (held_ == 0) {
-    buffer_[0] = '\0';
-    return -1;
-  }
   if (At(0) == kSub) {
     // The end of the text; what the single read took stays consumed.
     ReadRest();
-    buffer_[0] = '\0';
+    w_.buffer[0] = '\0';
     return -1;
   }
   uint32_t start = 0;  // the current line's first byte
   uint32_t scan = 0;   // bytes before this hold no stop byte
   for (;;) {
-    uint32_t stop = scan + static_cast<uint32_t>(FindLineStop(
-                               reinterpret_cast<uint8_t*>(buffer_) + scan, held_ - scan));
-    if (stop == held_) {
-      scan = held_;
-      if (!complete_) {
+    uint32_t stop = scan + static_cast<uint32_t>(FindLineStop(w_.bytes + scan, w_.held - scan));
+    if (stop == w_.held) {
+      scan = w_.held;
+      if (!w_.complete) {
         ReadMore();
         continue;
       }
       // No line end within the window: all of it is the line.
-      return Deliver(start, held_, held_);
+      return Deliver(start, w_.held, w_.held);
     }
     uint8_t c = At(stop);
     if (c == kNul) {
       // The text ends here, but every byte of the window stays consumed.
       ReadRest();
-      return Deliver(start, stop, held_);
+      return Deliver(start, stop, w_.held);
     }
     if (c == kSub) {
       // The text ends here, and the next call starts at the SUB.
@@ -135,13 +149,13 @@ int32_t LineReader::ReadLine(bool skipEmpty) {
     }
     // A line end. Its partner (LF after CR, CR after LF) belongs to it, unless
     // the window ends before the partner.
-    if (stop + 1 == held_ && !complete_) {
+    if (stop + 1 == w_.held && !w_.complete) {
       scan = stop;
       ReadMore();
       continue;
     }
     uint8_t partner = c == kLineFeed ? kCarriageReturn : kLineFeed;
-    uint32_t next = stop + 1 < held_ && At(stop + 1) == partner ? stop + 2 : stop + 1;
+    uint32_t next = stop + 1 < w_.held && At(stop + 1) == partner ? stop + 2 : stop + 1;
     if (skipEmpty && stop == start) {
       start = scan = next;
       continue;
@@ -149,6 +163,37 @@ int32_t LineReader::ReadLine(bool skipEmpty) {
     PutBack(next);
     return Deliver(start, stop, next - start);
   }
+}
+
+// One call. The common case runs straight through on local values: the
+// first 16 bytes hold a line that is not to be skipped, its end, and the
+// byte after the end. Anything else goes to the LineReader.
+int32_t GetLine(IServStream* stream, char* buffer, uint32_t size, bool skipEmpty) {
+  Window w{stream, buffer, size - 1, reinterpret_cast<const uint8_t*>(buffer), 0, false};
+  if (const uint8_t* view = stream->GetBuffer()) {
+    uint32_t position = 0;
+    if (stream->Seek(0, SERV_SEEK_CUR, &position) == SERV_OK) w.bytes = view + position;
+  }
+  uint32_t first = w.size < kFirstPiece ? w.size : kFirstPiece;
+  uint32_t got = 0;
+  if (stream->Read(buffer, first, &got) != SERV_OK) got = 0;
+  if (got > first) got = first;
+  if (got == 0) {
+    buffer[0] = '\0';
+    return -1;
+  }
+  w.held = got;
+  w.complete = got < first || got == w.size;
+
+  uint32_t end, next;
+  if (got >= 16 && FindLineEndInBlock(w.bytes, end, next) && !(skipEmpty && end == 0)) {
+    if (stream->Seek(static_cast<int32_t>(next - got), SERV_SEEK_CUR, nullptr) != SERV_OK) {
+      LineReader(w).ReadRest();
+    }
+    buffer[end] = '\0';
+    return static_cast<int32_t>(next);
+  }
+  return LineReader(w).ReadLine(skipEmpty);
 }
 
 }  // namespace
@@ -162,8 +207,7 @@ int32_t SERV_GetLine(IServStream* stream, char* buffer, uint32_t size, BOOL skip
     buffer[0] = '\0';
     return -1;
   }
-  cadserv::streams::LineReader reader(stream, buffer, size - 1);
-  return reader.ReadLine((skipEmpty & 0xFF) != 0);
+  return cadserv::streams::GetLine(stream, buffer, size, (skipEmpty & 0xFF) != 0);
 }
 
 int32_t SERV_GetLineToW(IServStream* stream, char* buffer, uint32_t size, BOOL skipEmpty) {

@@ -45,6 +45,41 @@ inline size_t FindLineStop(const uint8_t* bytes, size_t length) {
   return length;
 }
 
+// The line end among the 16 bytes at `bytes` (all of which must be
+// readable), when the first stop byte there is a CR or LF before the last
+// byte, so that the byte after it is known too. Sets `end` to its offset and
+// `next` to the offset after its terminator (CR LF and LF CR are one).
+// False when the block leaves anything open: no stop byte, a NUL or SUB
+// first, or the line end on the last byte.
+inline bool FindLineEndInBlock(const uint8_t* bytes, uint32_t& end, uint32_t& next) {
+#if defined(__SSE2__)
+  __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes));
+  unsigned lf = static_cast<unsigned>(
+      _mm_movemask_epi8(_mm_cmpeq_epi8(block, _mm_set1_epi8(static_cast<char>(kLineFeed)))));
+  unsigned cr = static_cast<unsigned>(
+      _mm_movemask_epi8(_mm_cmpeq_epi8(block, _mm_set1_epi8(static_cast<char>(kCarriageReturn)))));
+  unsigned other = static_cast<unsigned>(_mm_movemask_epi8(
+      _mm_or_si128(_mm_cmpeq_epi8(block, _mm_setzero_si128()),
+                   _mm_cmpeq_epi8(block, _mm_set1_epi8(static_cast<char>(kSub))))));
+  unsigned stops = lf | cr | other;
+  if (stops == 0) return false;
+  unsigned first = static_cast<unsigned>(__builtin_ctz(stops));
+  if (first == 15 || ((other >> first) & 1) != 0) return false;
+  unsigned partners = ((lf >> first) & 1) != 0 ? cr : lf;
+  end = first;
+  next = first + 1 + ((partners >> (first + 1)) & 1);
+  return true;
+#else
+  uint32_t first = 0;
+  while (first < 16 && !IsLineStop(bytes[first])) ++first;
+  if (first >= 15 || bytes[first] == kNul || bytes[first] == kSub) return false;
+  uint8_t partner = bytes[first] == kLineFeed ? kCarriageReturn : kLineFeed;
+  end = first;
+  next = bytes[first + 1] == partner ? first + 2 : first + 1;
+  return true;
+#endif
+}
+
 }  // namespace cadserv::streams
 
 #endif  // CADSERV_STREAMS_LINE_SCAN_H
