@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "platform/platform.h"
@@ -255,6 +256,10 @@ TEST(CompoundStorage, IsStorageFileChecksTheSignature) {
   EXPECT_EQ(OpenStorageFile(Widen(dir.path() + "/missing").c_str()), nullptr);
   EXPECT_FALSE(IsStorageFile(Widen(dir.path()).c_str())) << "a folder";
   EXPECT_EQ(OpenStorageFile(Widen(dir.path()).c_str()), nullptr);
+  std::string fifo = dir.path() + "/fifo";
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  EXPECT_FALSE(IsStorageFile(Widen(fifo).c_str())) << "a FIFO, without blocking";
+  EXPECT_EQ(OpenStorageFile(Widen(fifo).c_str()), nullptr);
   EXPECT_FALSE(IsStorageFile(nullptr));
   EXPECT_EQ(OpenStorageFile(nullptr), nullptr);
 }
