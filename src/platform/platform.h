@@ -12,6 +12,8 @@
 #include <stdint.h>
 
 #include <mutex>
+#include <string>
+#include <vector>
 
 #include "cadserv/com.h"
 
@@ -77,7 +79,7 @@ bool ConvertByteToUnit(uint32_t codePage, uint8_t byte, WCHAR* unit);
 // Finding files (FindFirstFileW on one name, then FindClose)
 
 struct FoundFile {
-  uint64_t size = 0;        // nFileSizeHigh:nFileSizeLow
+  uint64_t size = 0;  // nFileSizeHigh:nFileSizeLow
   bool isDirectory = false;
 };
 
@@ -86,6 +88,75 @@ struct FoundFile {
 // folder, since drawings made on Windows name files in any case. On success
 // fills `found` (may be null) and returns true.
 bool FindFile(const WCHAR* path, FoundFile* found);
+
+// ---------------------------------------------------------------------------
+// Structured storage (StgIsStorageFile, StgOpenStorage, IStorage, IStream)
+//
+// Read-only access to compound files. On POSIX the backend reads the file
+// format itself (src/platform/posix/compound_*); on Windows these wrap the
+// system's structured storage.
+
+// An opened stream element of a compound file (IStream). Reference-counted.
+class StorageStream {
+ public:
+  virtual void AddRef() = 0;
+  virtual void Release() = 0;
+  // IStream::Read: up to `count` bytes from the current position; `*countRead`
+  // (may be null) gets the bytes read (0 at the end). False on a read failure.
+  virtual bool Read(void* buffer, uint32_t count, uint32_t* countRead) = 0;
+  // IStream::Seek: origin 0 set, 1 current, 2 end; false (position unchanged)
+  // when the target is negative or the origin unknown. Positions past the end
+  // are allowed, as IStream allows them. `newPosition` may be null.
+  virtual bool Seek(int64_t offset, uint32_t origin, uint64_t* newPosition) = 0;
+  // IStream::Stat(STATFLAG_NONAME): size and modification time (FILETIME,
+  // 100 ns since 1601; 0 when none).
+  virtual bool Stat(uint64_t* size, uint64_t* modifiedFileTime) = 0;
+
+ protected:
+  virtual ~StorageStream() = default;
+};
+
+// One element of a storage, as IStorage::EnumElements describes it.
+struct StorageElement {
+  std::basic_string<WCHAR> name;
+  bool isStorage = false;         // a storage; otherwise a stream
+  uint64_t size = 0;              // bytes of a stream; 0 for a storage
+  uint64_t createdFileTime = 0;   // FILETIME; 0 when none
+  uint64_t modifiedFileTime = 0;  // FILETIME; 0 when none
+};
+
+// A storage of a compound file (IStorage), the root or a nested one.
+// Reference-counted; an element keeps the file open.
+class Storage {
+ public:
+  virtual void AddRef() = 0;
+  virtual void Release() = 0;
+  // IStorage::OpenStream(name, STGM_READ | STGM_SHARE_EXCLUSIVE): null when
+  // there is no stream element of that name (case-insensitive as in CFB) or
+  // it is already open.
+  virtual StorageStream* OpenStream(const WCHAR* name) = 0;
+  // IStorage::OpenStorage(name, STGM_READ | STGM_SHARE_EXCLUSIVE): null when
+  // there is no storage element of that name or it is already open.
+  virtual Storage* OpenStorage(const WCHAR* name) = 0;
+  // IStorage::EnumElements: the elements of this storage in the file's order
+  // (for inspection tools). False when they cannot be listed.
+  virtual bool ListElements(std::vector<StorageElement>* elements) = 0;
+
+ protected:
+  virtual ~Storage() = default;
+};
+
+// StgIsStorageFile: true when the file exists and starts with the compound
+// file signature.
+bool IsStorageFile(const WCHAR* path);
+
+// StgOpenStorage(path, STGM_READ | STGM_SHARE_DENY_WRITE): the root storage
+// with one reference, or null (no such file, not a valid compound file, or a
+// writer holds it). On POSIX the deny-write share is a shared flock() on the
+// file for as long as any object of it lives: a writer that takes an
+// exclusive flock cannot get it meanwhile, and a file a writer holds so
+// cannot be opened.
+Storage* OpenStorageFile(const WCHAR* path);
 
 // ---------------------------------------------------------------------------
 // Test hooks: let a test reach paths that depend on the platform's answers.
