@@ -2,11 +2,10 @@
 // within one, the fault guard around copies from mappings, the FILETIME to
 // MS-DOS conversion, and the CreateFileW/SetFilePointer stand-ins.
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <gtest/gtest.h>
 
 #include <random>
 #include <string>
@@ -181,10 +180,14 @@ TEST(PosixFiles, FileTimeToDosDateTimeUsesTheFieldsWithinItsYears) {
     uint16_t date, time;
   };
   const Case cases[] = {
-      {1980, 1, 1, 0, 0, 0, true, 0x0021, 0x0000},   {1980, 1, 1, 0, 0, 1, true, 0x0021, 0x0000},
-      {2107, 12, 31, 23, 59, 59, true, 0xFF9F, 0xBF7D}, {2000, 2, 29, 12, 30, 45, true, 0x285D, 0x63D6},
-      {2100, 3, 1, 0, 0, 2, true, 0xF061, 0x0001},   {1979, 12, 31, 23, 59, 59, false, 0, 0},
-      {2108, 1, 1, 0, 0, 0, false, 0, 0},            {1601, 1, 1, 0, 0, 0, false, 0, 0},
+      {1980, 1, 1, 0, 0, 0, true, 0x0021, 0x0000},
+      {1980, 1, 1, 0, 0, 1, true, 0x0021, 0x0000},
+      {2107, 12, 31, 23, 59, 59, true, 0xFF9F, 0xBF7D},
+      {2000, 2, 29, 12, 30, 45, true, 0x285D, 0x63D6},
+      {2100, 3, 1, 0, 0, 2, true, 0xF061, 0x0001},
+      {1979, 12, 31, 23, 59, 59, false, 0, 0},
+      {2108, 1, 1, 0, 0, 0, false, 0, 0},
+      {1601, 1, 1, 0, 0, 0, false, 0, 0},
   };
   for (const Case& c : cases) {
     uint64_t fileTime =

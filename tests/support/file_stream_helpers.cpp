@@ -11,9 +11,9 @@ namespace cadserv_test {
 
 SERVRESULT OpenStream(const std::u16string& name, uint32_t mode, StreamRef* stream,
                       IServStream* parent) {
+  stream->reset();
   IServStream* out = Sentinel();
   SERVRESULT result = SERV_OpenFile(name.c_str(), mode, &out, parent);
-  stream->release();
   stream->reset(out == Sentinel() ? nullptr : out);
   if (out == Sentinel()) ADD_FAILURE() << "SERV_OpenFile left its out-parameter alone";
   return result;
