@@ -171,33 +171,37 @@ bool CompoundFile::MapStream(uint32_t id, StreamMap* map) const {
                      UnitsFor(element->size, sectorShift_), &map->sectors);
 }
 
+bool CompoundFile::Locate(const StreamMap& map, uint64_t offset, uint64_t* position) const {
+  const uint32_t shift = map.inMiniStream ? kMiniSectorShift : sectorShift_;
+  uint64_t index = offset >> shift;
+  if (index >= map.sectors.size()) return false;
+  uint64_t within = offset & ((uint64_t{1} << shift) - 1);
+  if (!map.inMiniStream) {
+    *position = ((uint64_t{map.sectors[index]} + 1) << shift) + within;
+    return true;
+  }
+  // A mini sector never straddles two sectors of the mini stream.
+  uint64_t miniPosition = (uint64_t{map.sectors[index]} << kMiniSectorShift) + within;
+  uint64_t rootIndex = miniPosition >> sectorShift_;
+  if (rootIndex >= miniStreamSectors_.size()) return false;
+  *position = ((uint64_t{miniStreamSectors_[rootIndex]} + 1) << sectorShift_) +
+              (miniPosition & (SectorSize() - 1));
+  return true;
+}
+
 bool CompoundFile::ReadStream(const StreamMap& map, uint64_t offset, void* buffer,
                               size_t count) const {
   if (offset > map.size || count > map.size - offset) return false;
   uint8_t* out = static_cast<uint8_t*>(buffer);
-  const uint32_t shift = map.inMiniStream ? kMiniSectorShift : sectorShift_;
-  const uint64_t unit = uint64_t{1} << shift;
+  const uint64_t unit = uint64_t{1} << (map.inMiniStream ? kMiniSectorShift : sectorShift_);
   while (count > 0) {
-    uint64_t index = offset >> shift;
-    if (index >= map.sectors.size()) return false;
-    uint64_t within = offset & (unit - 1);
-    size_t length = static_cast<size_t>(std::min<uint64_t>(count, unit - within));
     uint64_t position;
-    if (map.inMiniStream) {
-      // A mini sector never straddles two sectors of the mini stream.
-      uint64_t miniPosition = (uint64_t{map.sectors[index]} << kMiniSectorShift) + within;
-      uint64_t rootIndex = miniPosition >> sectorShift_;
-      if (rootIndex >= miniStreamSectors_.size()) return false;
-      position = ((uint64_t{miniStreamSectors_[rootIndex]} + 1) << sectorShift_) +
-                 (miniPosition & (SectorSize() - 1));
-    } else {
-      position = ((uint64_t{map.sectors[index]} + 1) << shift) + within;
-      // Sectors that follow each other in the file are read in one go.
-      while (length < count && index + 1 < map.sectors.size() &&
-             map.sectors[index + 1] == map.sectors[index] + 1) {
-        ++index;
-        length = static_cast<size_t>(std::min<uint64_t>(count, length + unit));
-      }
+    if (!Locate(map, offset, &position)) return false;
+    size_t length = static_cast<size_t>(std::min<uint64_t>(count, unit - (offset & (unit - 1))));
+    // Units that follow each other in the file are read in one go.
+    uint64_t next;
+    while (length < count && Locate(map, offset + length, &next) && next == position + length) {
+      length = static_cast<size_t>(std::min<uint64_t>(count, length + unit));
     }
     if (!source_->ReadAt(position, out, length)) return false;
     out += length;

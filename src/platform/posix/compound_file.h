@@ -135,6 +135,8 @@ class CompoundFile {
   void WalkStorage(uint32_t storageId, std::vector<uint32_t>* pendingStorages);
   void ReadMiniStreamTables();
   bool ReadSector(uint32_t sector, void* buffer) const;
+  // The position in the source of byte `offset` of a mapped stream.
+  bool Locate(const StreamMap& map, uint64_t offset, uint64_t* position) const;
   // Follows a chain through `table` from `start` over at most `limit`
   // distinct sectors: `wanted` of them, or up to the end of the chain when
   // `wanted` is kWholeChain. False on a bad link, a repeat, or an early end.

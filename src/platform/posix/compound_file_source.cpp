@@ -45,15 +45,26 @@ class FileSource final : public cfb::ByteSource {
   uint64_t size_;
 };
 
-int OpenForReading(const WCHAR* path) {
+// Opens a regular file for reading (O_NONBLOCK: a FIFO must not block the
+// open; it is then refused as no regular file). Its size goes to `size`.
+int OpenForReading(const WCHAR* path, uint64_t* size) {
   if (path == nullptr || path[0] == 0) return -1;
-  return open(Utf8FromUtf16(path).c_str(), O_RDONLY | O_CLOEXEC);
+  int descriptor = open(Utf8FromUtf16(path).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  if (descriptor < 0) return -1;
+  struct stat info;
+  if (fstat(descriptor, &info) != 0 || !S_ISREG(info.st_mode)) {
+    close(descriptor);
+    return -1;
+  }
+  *size = static_cast<uint64_t>(info.st_size);
+  return descriptor;
 }
 
 }  // namespace
 
 bool IsStorageFile(const WCHAR* path) {
-  int descriptor = OpenForReading(path);
+  uint64_t size = 0;
+  int descriptor = OpenForReading(path, &size);
   if (descriptor < 0) return false;
   uint8_t start[sizeof kSignature];
   bool isStorage =
@@ -64,13 +75,9 @@ bool IsStorageFile(const WCHAR* path) {
 }
 
 Storage* OpenStorageFile(const WCHAR* path) {
-  int descriptor = OpenForReading(path);
+  uint64_t size = 0;
+  int descriptor = OpenForReading(path, &size);
   if (descriptor < 0) return nullptr;
-  struct stat info;
-  if (fstat(descriptor, &info) != 0 || !S_ISREG(info.st_mode)) {
-    close(descriptor);
-    return nullptr;
-  }
   // Deny-write: writers take an exclusive flock, so while this shared one is
   // held none can open the file, and a file a writer holds cannot be opened
   // here. flock belongs to the open file description, so this also works
@@ -80,8 +87,7 @@ Storage* OpenStorageFile(const WCHAR* path) {
     close(descriptor);
     return nullptr;
   }
-  return OpenStorageFromSource(
-      std::make_unique<FileSource>(descriptor, static_cast<uint64_t>(info.st_size)));
+  return OpenStorageFromSource(std::make_unique<FileSource>(descriptor, size));
 }
 
 }  // namespace cadserv::platform
