@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "cadserv/stream.h"
+#include "platform/platform.h"
 
 namespace {
 
@@ -50,6 +51,9 @@ class Fixture {
  public:
   Fixture() { error_ = Make(); }
   ~Fixture() {
+    cadserv::platform::UnmapView(compoundMapping_, compoundView_);
+    cadserv::platform::CloseMapping(compoundMapping_);
+    cadserv::platform::CloseFile(compoundFile_);
     if (element_ != nullptr) element_->Release();
     if (storage_ != nullptr) storage_->Release();
     if (file_ != nullptr) file_->Release();
@@ -62,7 +66,7 @@ class Fixture {
   const std::string& error() const { return error_; }
   IServStream* file() const { return file_; }
   IServStream* element() const { return element_; }
-  const std::vector<uint8_t>& elementBytes() const { return elementBytes_; }
+  const uint8_t* elementInFile() const { return elementInFile_; }
 
  private:
   // Makes the files and opens the streams; what failed, or "".
@@ -88,6 +92,25 @@ class Fixture {
                       storage_) != SERV_OK) {
       return "cannot open the element of " + compound;
     }
+    // The element's bytes where they lie in the compound file: gsf writes a
+    // stream's sectors in order, so they form one run of the file.
+    compoundFile_ = cadserv::platform::OpenFile(
+        Widen(compound).c_str(), cadserv::platform::FileOpen::kReadExisting, nullptr);
+    cadserv::platform::FileInformation information;
+    if (!cadserv::platform::GetFileInformation(compoundFile_, &information)) {
+      return "cannot read " + compound;
+    }
+    compoundMapping_ = cadserv::platform::CreateReadOnlyMapping(
+        compoundFile_, static_cast<uint32_t>(information.size));
+    compoundView_ = cadserv::platform::MapView(compoundMapping_);
+    if (compoundView_ == nullptr) return "cannot map " + compound;
+    for (size_t offset = 0; offset + kElementSize <= information.size; offset += 512) {
+      if (memcmp(compoundView_ + offset, elementBytes_.data(), kElementSize) == 0) {
+        elementInFile_ = compoundView_ + offset;
+        break;
+      }
+    }
+    if (elementInFile_ == nullptr) return "the element's sectors are not one run of the file";
     return "";
   }
 
@@ -97,6 +120,10 @@ class Fixture {
   IServStream* storage_ = nullptr;
   IServStream* element_ = nullptr;
   std::vector<uint8_t> elementBytes_;
+  cadserv::platform::FileHandle compoundFile_ = cadserv::platform::kInvalidFile;
+  cadserv::platform::FileMapping* compoundMapping_ = nullptr;
+  const uint8_t* compoundView_ = nullptr;
+  const uint8_t* elementInFile_ = nullptr;
 };
 
 Fixture& Files() {
@@ -160,9 +187,7 @@ void ElementStreamRead(benchmark::State& state) {
 void MemcpyOfElementBytes(benchmark::State& state) {
   Run(
       state,
-      [](uint8_t* buffer) {
-        return CopyWhole(Files().elementBytes().data(), kElementSize, buffer);
-      },
+      [](uint8_t* buffer) { return CopyWhole(Files().elementInFile(), kElementSize, buffer); },
       kElementSize);
 }
 

@@ -2,6 +2,7 @@
 // nested storages and their failure results, on files of the test builder
 // and of other tools (libgsf's gsf, msitools' msibuild, read back by olefile).
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <string>
 
@@ -123,6 +124,26 @@ TEST_F(FileStreamStorage, ElementStaysReadableAfterItsStorageStreamIsReleased) {
   ASSERT_EQ(OpenStream(u"Contents", kElement, &element, storage_.get()), SERV_OK);
   storage_.reset();
   EXPECT_EQ(String(ReadToEnd(element.get())), String(contents_));
+}
+
+// Elements are read from a mapping of the file: one that shrinks under it
+// ends the element's bytes (the element reports what it read, 0), with no
+// SIGBUS.
+TEST_F(FileStreamStorage, ElementOfAFileThatShrinksUnderItReadsNoFurther) {
+  StreamRef element;
+  ASSERT_EQ(OpenStream(u"Contents", kElement, &element, storage_.get()), SERV_OK);
+  uint8_t head[16];
+  uint32_t count = 0;
+  ASSERT_EQ(element->Read(head, sizeof head, &count), SERV_OK);
+  ASSERT_EQ(count, sizeof head);
+  ASSERT_EQ(truncate(path_.c_str(), 512), 0);
+  std::vector<uint8_t> rest(8192);
+  count = 0xDEADBEEF;
+  EXPECT_EQ(element->Read(rest.data(), static_cast<uint32_t>(rest.size()), &count), SERV_OK);
+  EXPECT_EQ(count, 0u);
+  ServStreamInfo info{};
+  EXPECT_EQ(element->GetInfo(&info), SERV_OK);
+  EXPECT_EQ(info.SizeLow, contents_.size());
 }
 
 TEST_F(FileStreamStorage, NestedStoragesAreParentsOfTheirOwnElements) {

@@ -9,6 +9,7 @@
 
 #include "platform/platform.h"
 #include "platform/posix/compound_storage.h"
+#include "platform/posix/file_view_source.h"
 #include "platform/posix/utf8_path.h"
 
 namespace cadserv::platform {
@@ -87,7 +88,11 @@ Storage* OpenStorageFile(const WCHAR* path) {
     close(descriptor);
     return nullptr;
   }
-  return OpenStorageFromSource(std::make_unique<FileSource>(descriptor, size));
+  // Mapped where the file allows it (element reads are then memory copies);
+  // read with pread otherwise.
+  std::unique_ptr<cfb::ByteSource> source = MapFileSource(descriptor, size);
+  if (source == nullptr) source = std::make_unique<FileSource>(descriptor, size);
+  return OpenStorageFromSource(std::move(source));
 }
 
 }  // namespace cadserv::platform
