@@ -105,10 +105,10 @@ constexpr FileHandle kInvalidFile = -1;  // INVALID_HANDLE_VALUE
 // The four ways the file stream opens a file, as the CreateFileW arguments
 // (access, share mode, disposition) that each stands for.
 enum class FileOpen {
-  kReadExisting,       // GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING
-  kWriteTruncate,      // GENERIC_WRITE, no sharing, CREATE_ALWAYS
-  kReadWriteAlways,    // GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, OPEN_ALWAYS
-  kWriteExisting,      // GENERIC_WRITE, FILE_SHARE_READ, OPEN_EXISTING
+  kReadExisting,     // GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING
+  kWriteTruncate,    // GENERIC_WRITE, no sharing, CREATE_ALWAYS
+  kReadWriteAlways,  // GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, OPEN_ALWAYS
+  kWriteExisting,    // GENERIC_WRITE, FILE_SHARE_READ, OPEN_EXISTING
 };
 
 // Why OpenFile failed (GetLastError: ERROR_SHARING_VIOLATION or another).

@@ -1,4 +1,5 @@
-// Compound files on disk: the file as a byte source, read with pread, and
+// Compound files on disk: the file as a byte source (mapped, see
+// file_view_source.h, or read with pread where it cannot be mapped), and
 // the deny-write share of an open compound file as a shared flock().
 #include <errno.h>
 #include <fcntl.h>
