@@ -90,6 +90,101 @@ struct FoundFile {
 bool FindFile(const WCHAR* path, FoundFile* found);
 
 // ---------------------------------------------------------------------------
+// Files (CreateFileW, ReadFile, WriteFile, SetFilePointer, GetFileSize,
+// GetFileInformationByHandle, FileTimeToDosDateTime, CreateFileMappingW,
+// MapViewOfFile, UnmapViewOfFile, CloseHandle)
+//
+// Names are UTF-16 and reach the file system as UTF-8, unit for unit as
+// given (no folder separators are rewritten). Windows share modes hold
+// between processes and between opens in one process: see OpenFile.
+
+// A handle of an opened file (on POSIX the descriptor).
+using FileHandle = intptr_t;
+constexpr FileHandle kInvalidFile = -1;  // INVALID_HANDLE_VALUE
+
+// The four ways the file stream opens a file, as the CreateFileW arguments
+// (access, share mode, disposition) that each stands for.
+enum class FileOpen {
+  kReadExisting,     // GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING
+  kWriteTruncate,    // GENERIC_WRITE, no sharing, CREATE_ALWAYS
+  kReadWriteAlways,  // GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, OPEN_ALWAYS
+  kWriteExisting,    // GENERIC_WRITE, FILE_SHARE_READ, OPEN_EXISTING
+};
+
+// Why OpenFile failed (GetLastError: ERROR_SHARING_VIOLATION or another).
+enum class FileError { kNone, kSharingViolation, kOther };
+
+// CreateFileW(path, access, share, null, disposition, FILE_ATTRIBUTE_NORMAL,
+// null) for one of the four ways above. Returns the handle, or kInvalidFile
+// with the reason in `error` (may be null). A folder never opens. A file that
+// another open holds in a way the share modes exclude fails with
+// kSharingViolation before anything changes (CREATE_ALWAYS truncates only
+// once the file is held). Since none of the four ways shares writing, the
+// Windows rule comes down to: reading opens share with each other, and an
+// open for writing excludes every other open of the file.
+FileHandle OpenFile(const WCHAR* path, FileOpen how, FileError* error);
+
+// CloseHandle on a file handle; releases its share.
+void CloseFile(FileHandle file);
+
+// ReadFile: up to `count` bytes at the file pointer, which moves past them;
+// `*countRead` (may be null) gets the bytes read, 0 at the end of the file.
+// False on failure (a handle not open for reading, an I/O error).
+bool ReadFile(FileHandle file, void* buffer, uint32_t count, uint32_t* countRead);
+
+// WriteFile: `count` bytes at the file pointer, which moves past them.
+// False on failure (a handle not open for writing, a full disk).
+bool WriteFile(FileHandle file, const void* buffer, uint32_t count, uint32_t* countWritten);
+
+// SetFilePointer(file, offset, null, origin) with origin 0 FILE_BEGIN,
+// 1 FILE_CURRENT, 2 FILE_END: the new position, or 0xFFFFFFFF when the move
+// fails (bad handle or origin, a target before the start or beyond 32 bits;
+// the pointer then stays). Targets past the end of the file are allowed.
+constexpr uint32_t kInvalidSetFilePointer = 0xFFFFFFFFu;
+uint32_t SetFilePointer(FileHandle file, int32_t offset, uint32_t origin);
+
+// GetFileSize / GetFileInformationByHandle: the file's size and its last
+// write time as a FILETIME (100 ns units since 1601-01-01 UTC). False for a
+// bad handle.
+struct FileInformation {
+  uint64_t size = 0;
+  uint64_t lastWriteFileTime = 0;
+};
+bool GetFileInformation(FileHandle file, FileInformation* information);
+
+// FileTimeToDosDateTime: the calendar fields of the FILETIME itself (no time
+// zone is applied) in MS-DOS form: date = (year - 1980) << 9 | month << 5 |
+// day, time = hour << 11 | minute << 5 | second / 2. False, leaving both
+// alone, for a time outside the years 1980 to 2107.
+bool FileTimeToDosDateTime(uint64_t fileTime, uint16_t* dosDate, uint16_t* dosTime);
+
+// A read-only mapping object of a file (CreateFileMappingW with
+// PAGE_READONLY | SEC_COMMIT).
+struct FileMapping;
+
+// CreateFileMappingW(file, null, PAGE_READONLY | SEC_COMMIT, 0, size, null):
+// a mapping of the first `size` bytes, or null. A size of 0 fails, as
+// Windows refuses to map an empty file.
+FileMapping* CreateReadOnlyMapping(FileHandle file, uint32_t size);
+
+// MapViewOfFile(mapping, FILE_MAP_READ, 0, 0, size): the whole mapping as
+// read-only memory, or null.
+const uint8_t* MapView(FileMapping* mapping);
+
+// UnmapViewOfFile for a view of `mapping`, which must still be open.
+void UnmapView(FileMapping* mapping, const uint8_t* view);
+
+// CloseHandle on a mapping.
+void CloseMapping(FileMapping* mapping);
+
+// memcpy from a mapped view under a guard against in-page errors (the
+// __try / __except(EXCEPTION_IN_PAGE_ERROR) around such a copy): false when
+// reading `source` faulted, as it does when the file shrank under the
+// mapping or its medium failed; the destination may then hold part of the
+// bytes. Faults outside the source range are not handled here.
+bool CopyFromMappedView(void* destination, const void* source, size_t count);
+
+// ---------------------------------------------------------------------------
 // Structured storage (StgIsStorageFile, StgOpenStorage, IStorage, IStream)
 //
 // Read-only access to compound files. On POSIX the backend reads the file
