@@ -6,6 +6,7 @@
 #include <string>
 
 #include "support/compound_file_builder.h"
+#include "support/compound_file_tools.h"
 #include "support/file_stream_helpers.h"
 
 namespace {
@@ -98,6 +99,48 @@ TEST_F(StorageTool, FileInfoGivesSizeDosTimeAndKind) {
   EXPECT_EQ(RunTool("file info '" + dir_.path() + "/missing'", &output), 1);
   EXPECT_EQ(RunTool("file info", &output), 2);
   EXPECT_EQ(RunTool("file stat '" + plain_ + "'", &output), 2);
+}
+
+// `storage ls` and `storage cat` on a package made by msitools' wixl, checked
+// element by element against olefile's view of the same file.
+TEST(StorageToolOnWixlPackage, ListsAndCatsEveryElementOlefileSees) {
+  std::string error;
+  ASSERT_TRUE(HaveProgram("wixl", "wixl", &error)) << error;
+  TempDir dir;
+  std::vector<uint8_t> payload = PatternBytes(30000, 41);
+  dir.Write("payload.bin", payload.data(), payload.size());
+  std::string msi = dir.path() + "/package.msi";
+  ASSERT_TRUE(RunCommand("cd '" + dir.path() + "' && wixl -o '" + msi +
+                         "' '" CADSERV_TEST_DATA "/wixl/package.wxs' >/dev/null"));
+  ElementTree expected;
+  ASSERT_TRUE(OlefileTree(msi, &expected, &error)) << error;
+
+  std::string listing;
+  ASSERT_EQ(RunTool("storage ls '" + msi + "'", &listing), 0);
+  constexpr size_t kPathColumn = 35;  // after the size and time columns
+  size_t lines = 0;
+  size_t start = listing.find('\n') + 1;  // past the heading
+  for (size_t end; (end = listing.find('\n', start)) != std::string::npos; start = end + 1) {
+    std::string shown = listing.substr(start + kPathColumn, end - start - kPathColumn);
+    // The listing spells control characters as \xNN, as `cat` takes them.
+    std::string name;
+    for (size_t i = 0; i < shown.size(); ++i) {
+      if (shown.compare(i, 2, "\\x") == 0 && i + 3 < shown.size()) {
+        name += static_cast<char>(std::stoi(shown.substr(i + 2, 2), nullptr, 16));
+        i += 3;
+      } else {
+        name += shown[i];
+      }
+    }
+    ++lines;
+    ASSERT_EQ(expected.count(name), 1u) << "listed but unknown to olefile: " << shown;
+    if (expected[name].isStorage) continue;
+    std::string bytes;
+    ASSERT_EQ(RunTool("storage cat '" + msi + "' '" + shown + "'", &bytes), 0) << shown;
+    EXPECT_EQ(bytes.size(), expected[name].size) << shown;
+    EXPECT_EQ(Crc32(bytes.data(), bytes.size()), expected[name].crc) << shown;
+  }
+  EXPECT_EQ(lines, expected.size());
 }
 
 }  // namespace
