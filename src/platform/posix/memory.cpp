@@ -7,31 +7,17 @@
 
 namespace cadserv::platform {
 
-void* TaskMemAlloc(size_t bytes) {
-  return malloc(bytes == 0 ? 1 : bytes);
-}
-void TaskMemFree(void* block) {
-  free(block);
-}
-void* LocalHeapAlloc(size_t bytes) {
-  return malloc(bytes == 0 ? 1 : bytes);
-}
-void LocalHeapFree(void* block) {
-  free(block);
-}
+void* TaskMemAlloc(size_t bytes) { return malloc(bytes == 0 ? 1 : bytes); }
+void TaskMemFree(void* block) { free(block); }
+void* LocalHeapAlloc(size_t bytes) { return malloc(bytes == 0 ? 1 : bytes); }
+void LocalHeapFree(void* block) { free(block); }
 
 }  // namespace cadserv::platform
 
-void* CoTaskMemAlloc(SIZE_T bytes) {
-  return cadserv::platform::TaskMemAlloc(bytes);
-}
-void CoTaskMemFree(void* block) {
-  cadserv::platform::TaskMemFree(block);
-}
+void* CoTaskMemAlloc(SIZE_T bytes) { return cadserv::platform::TaskMemAlloc(bytes); }
+void CoTaskMemFree(void* block) { cadserv::platform::TaskMemFree(block); }
 
-HLOCAL LocalAlloc(UINT, SIZE_T bytes) {
-  return cadserv::platform::LocalHeapAlloc(bytes);
-}
+HLOCAL LocalAlloc(UINT, SIZE_T bytes) { return cadserv::platform::LocalHeapAlloc(bytes); }
 
 HLOCAL LocalFree(HLOCAL block) {
   cadserv::platform::LocalHeapFree(block);

@@ -23,12 +23,8 @@ ModuleHandle FindOwnModule() {
   return handle;
 }
 
-__attribute__((constructor)) void OnLoad() {
-  frame::ProcessAttach(FindOwnModule());
-}
-__attribute__((destructor)) void OnUnload() {
-  frame::ProcessDetach();
-}
+__attribute__((constructor)) void OnLoad() { frame::ProcessAttach(FindOwnModule()); }
+__attribute__((destructor)) void OnUnload() { frame::ProcessDetach(); }
 
 }  // namespace
 }  // namespace cadserv::platform
