@@ -171,7 +171,7 @@ int32_t LoadModuleString(ModuleHandle module, uint32_t id, char* buffer, int32_t
 // Finding files (FindFirstFileW on one name, then FindClose)
 
 struct FoundFile {
-  uint64_t size = 0;  // nFileSizeHigh:nFileSizeLow
+  uint64_t size = 0;        // nFileSizeHigh:nFileSizeLow
   bool isDirectory = false;
 };
 
