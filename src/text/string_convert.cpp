@@ -80,13 +80,12 @@ int32_t ConvertThroughTables(const char* source, WCHAR* destination, int32_t len
   return length;
 }
 
-// One byte of a single-byte code page the platform knows, as one unit.
+// One byte of a single-byte code page the platform knows, as one unit: the
+// platform's one-byte conversion (a table lookup after the first use), and
+// for a byte without a character, its own value.
 WCHAR ConvertOneByte(const char* byte, uint32_t codePage) {
   WCHAR unit;
-  if (platform::MultiByteToWide(codePage, kMbPrecomposed, byte, 1, &unit, 1) == 1 ||
-      platform::MultiByteToWide(codePage, 0, byte, 1, &unit, 1) == 1) {
-    return unit;
-  }
+  if (platform::ConvertByteToUnit(codePage, static_cast<uint8_t>(*byte), &unit)) return unit;
   return static_cast<uint8_t>(*byte);
 }
 

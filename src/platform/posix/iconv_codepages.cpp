@@ -83,6 +83,7 @@ const ByteTable* ByteTableFor(uint32_t codePage) {
 }  // namespace
 
 bool ConvertByteToUnit(uint32_t codePage, uint8_t byte, WCHAR* unit) {
+  codePage = ResolveCodePage(codePage);
   if (DeclaredUnknownForTesting(codePage)) return false;
   const ByteTable* table = ByteTableFor(codePage);
   if (table == nullptr) {

@@ -42,7 +42,8 @@ int64_t RunIconv(iconv_t cd, const char* in, size_t inLeft, char* out, size_t ou
     if (done != static_cast<size_t>(-1)) return 0;
     return errno == E2BIG ? (counting && outLeft < room ? 1 : -1) : 2;
   };
-  iconv(cd, nullptr, nullptr, nullptr, nullptr);
+  // Converters are left in their initial state (see the end), so none needs
+  // a reset before use.
   int64_t result = 0;
   while (result == 0 && inLeft > 0) {
     int status = step(false);
@@ -62,6 +63,7 @@ int64_t RunIconv(iconv_t cd, const char* in, size_t inLeft, char* out, size_t ou
     inLeft -= bad.skip;
   }
   if (result == 0 && step(true) != 0) result = -1;
+  if (result != 0) iconv(cd, nullptr, nullptr, nullptr, nullptr);
   errno = savedErrno;
   return result < 0 ? result : static_cast<int64_t>(produced);
 }
