@@ -1,6 +1,11 @@
 // Character and string conversion between code pages through one UTF-16 unit.
+#include "text/codepage_convert.h"
+
+#include <string.h>
+
 #include "cadserv/codepage.h"
 #include "platform/platform.h"
+#include "text/codepage_bytemap.h"
 #include "text/codepage_tables.h"
 
 namespace cadserv::text {
@@ -45,21 +50,27 @@ int32_t FromUnit(int32_t w, int32_t to) {
 }
 
 }  // namespace
+
+int32_t ConvertThroughUnit(int32_t character, int32_t from, int32_t to) {
+  return FromUnit(ToUnit(character, from), to);
+}
+
 }  // namespace cadserv::text
 
 int32_t SERV_CodePageConvert(int32_t character, int32_t from, int32_t to) {
   using namespace cadserv;
   if (from == to) return character;
   if (from == SERV_CP_DEFAULT) from = platform::AnsiCodePage();
-  return text::FromUnit(text::ToUnit(character, from), to);
+  return text::ConvertThroughUnit(character, from, to);
 }
 
 int32_t SERV_CodePageConvertStr(char* text, int32_t from, int32_t to) {
+  using namespace cadserv;
   if (from == to) return 0;
   if (text == nullptr) return -1;
-  for (char* p = text; *p != '\0'; ++p) {
-    // Each byte is taken as its unsigned value 0x00-0xFF.
-    *p = static_cast<char>(SERV_CodePageConvert(static_cast<unsigned char>(*p), from, to));
-  }
+  // The ANSI code page is looked up once for the whole string. The length is
+  // taken first: a byte that converts to 0 does not end the string early.
+  if (from == SERV_CP_DEFAULT) from = platform::AnsiCodePage();
+  text::ConvertBytes(reinterpret_cast<unsigned char*>(text), strlen(text), from, to);
   return 0;
 }
