@@ -7,7 +7,6 @@
 
 #include "cadserv/cadserv.h"
 #include "support/code_page_scope.h"
-#include "text/codepage_tables.h"
 
 namespace {
 
@@ -30,12 +29,6 @@ const Sample kSamples[] = {
     {950, "\xA4\xA4\xA4\xE5\xA6\x72\xAB\xAC", u"中文字型"},
     {949, "\xC7\xD1\xB1\xB9\xBE\xEE", u"한국어"},
 };
-
-// The character conversion's tables come with their own change; until they
-// are in, the cases that go through them cannot run.
-bool HaveCodePageTables() {
-  return cadserv::text::ToUnicodeTable(1250) != nullptr;
-}
 
 std::u16string Units(const char16_t* text, size_t count) {
   return std::u16string(text, count);
@@ -265,7 +258,6 @@ TEST(StrToWideStr, UnknownCodePagesGoThroughTheCharacterConversion) {
 }
 
 TEST(StrToWideStr, UnknownTableCodePageUsesTheLibrarysTable) {
-  if (!HaveCodePageTables()) GTEST_SKIP() << "no code page tables yet";
   UnknownCodePage hidden(1250);
   Guarded<char> buffer = InPlaceBuffer("\x8A\x61\x80");
   EXPECT_EQ(SERV_StrToWideStr(buffer.data(), reinterpret_cast<WCHAR*>(buffer.data()), 1250), 3);
@@ -323,7 +315,6 @@ TEST(WideStrToStr, InPlaceStoresOneBytePerUnit) {
 }
 
 TEST(WideStrToStr, UnknownCodePageGoesThroughTheCharacterConversion) {
-  if (!HaveCodePageTables()) GTEST_SKIP() << "no code page tables yet";
   // Symbol: the low byte of the unit; a code page without a platform
   // converter or a table: units below 0x100 as they are.
   Guarded<char> symbol(3, kByteSentinel);
@@ -336,6 +327,18 @@ TEST(WideStrToStr, UnknownCodePageGoesThroughTheCharacterConversion) {
   EXPECT_EQ(SERV_WideStrToStr(u"\u00E9z", raw.data(), 866), 2);
   EXPECT_STREQ(raw.data(), "\xE9z");
   EXPECT_TRUE(raw.GuardIntact());
+  // Units from U+0100 up are spelled as code page 1250 spells them.
+  Guarded<char> above(3, kByteSentinel);
+  EXPECT_EQ(SERV_WideStrToStr(u"\u0160\u2190", above.data(), 866), 2);
+  EXPECT_STREQ(above.data(), "\x8A?");
+  EXPECT_TRUE(above.GuardIntact());
+
+  // A table code page the platform does not know: the library's table.
+  UnknownCodePage hidden1250(1250);
+  char16_t units[] = u"\u0160\u00E9\u20AC";
+  char* bytes = reinterpret_cast<char*>(units);
+  EXPECT_EQ(SERV_WideStrToStr(units, bytes, 1250), 3);
+  EXPECT_STREQ(bytes, "\x8A\xE9?");  // no euro sign in the library's 1250
 }
 
 TEST(HasPrintableCharacters, SpacesAreSkippedAndAControlCharacterEndsTheSearch) {
