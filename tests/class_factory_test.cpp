@@ -66,10 +66,10 @@ TEST(ClassFactory, RefusesAggregation) {
 TEST(ClassFactory, UnofferedInterfacesGetNoInterface) {
   IClassFactory* factory = GetFactory();
   int32_t before = ObjectCount();
-  // IID_IServFileStream and IID_IPropertyPage name classes this build does
-  // not have yet; IID_IServMemoryStream and IID_IClassFactory no class at all.
-  for (const IID& iid : {IID_IServFileStream, IID_IPropertyPage, IID_IServMemoryStream,
-                         IID_IClassFactory, IID_IUnknown}) {
+  // IID_IPropertyPage names a class this build does not have yet;
+  // IID_IServMemoryStream and IID_IClassFactory no class at all.
+  for (const IID& iid :
+       {IID_IPropertyPage, IID_IServMemoryStream, IID_IClassFactory, IID_IUnknown}) {
     void* object = reinterpret_cast<void*>(0xDEADBEEF);
     EXPECT_EQ(factory->CreateInstance(nullptr, iid, &object), E_NOINTERFACE);
     EXPECT_EQ(object, nullptr);
@@ -90,6 +90,36 @@ TEST(ClassFactory, PageListIsCountedUntilItsLastRelease) {
   EXPECT_EQ(list->Release(), 1u);
   EXPECT_EQ(ObjectCount(), before + 1);
   EXPECT_EQ(list->Release(), 0u);
+  EXPECT_EQ(ObjectCount(), before);
+  factory->Release();
+}
+
+// The file stream counts itself with each AddRef and Release: the factory
+// adds nothing, and the count is back where it was after the last Release.
+TEST(ClassFactory, FileStreamIsAnUnopenedStreamCountedByItsReferences) {
+  IClassFactory* factory = GetFactory();
+  int32_t before = ObjectCount();
+  void* object = reinterpret_cast<void*>(0xDEADBEEF);
+  ASSERT_EQ(factory->CreateInstance(nullptr, IID_IServFileStream, &object), S_OK);
+  auto* stream = static_cast<IServFileStream*>(object);
+  ASSERT_NE(stream, nullptr);
+  EXPECT_EQ(ObjectCount(), before + 1);
+  EXPECT_EQ(DllCanUnloadNow(), S_FALSE);
+
+  // Not open: a name of its own is empty, and there is nothing to read.
+  EXPECT_EQ(stream->GetName()[0], u'\0');
+  char byte;
+  uint32_t count = 0xDEADBEEF;
+  EXPECT_EQ(stream->Read(&byte, 1, &count), SERV_E_READ);
+  EXPECT_EQ(count, 0u);
+  ServStreamInfo info{};
+  EXPECT_EQ(stream->GetInfo(&info), SERV_E_NOINFO);
+  EXPECT_EQ(stream->Open(nullptr, SERV_MODE_READ, nullptr), SERV_E_INVALIDARG);
+
+  EXPECT_EQ(stream->AddRef(), 2u);
+  EXPECT_EQ(ObjectCount(), before + 2);
+  EXPECT_EQ(stream->Release(), 1u);
+  EXPECT_EQ(stream->Release(), 0u);
   EXPECT_EQ(ObjectCount(), before);
   factory->Release();
 }

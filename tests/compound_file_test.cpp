@@ -174,6 +174,31 @@ TEST(CompoundFileReader, MatchesOlefileOnAnMsiWrittenByMsibuild) {
   EXPECT_EQ(found, 2);
 }
 
+// Builds tests/data/wixl/package.wxs (one payload file in an embedded
+// cabinet) with msitools' wixl into `dir`; the .msi path, or "" on failure.
+std::string BuildWixlPackage(const TempDir& dir, const std::vector<uint8_t>& payload) {
+  dir.Write("payload.bin", payload.data(), payload.size());
+  std::string msi = dir.path() + "/package.msi";
+  std::string command = "cd '" + dir.path() + "' && wixl -o '" + msi +
+                        "' '" CADSERV_TEST_DATA "/wixl/package.wxs' >/dev/null";
+  return RunCommand(command) ? msi : "";
+}
+
+TEST(CompoundFileReader, MatchesOlefileOnAnMsiWrittenByWixl) {
+  TempDir dir;
+  std::string error;
+  ASSERT_TRUE(HaveProgram("wixl", "wixl", &error)) << error;
+  std::string msi = BuildWixlPackage(dir, PatternBytes(30000, 31));
+  ASSERT_FALSE(msi.empty());
+
+  ElementTree tree = ReaderTree(msi);
+  EXPECT_EQ(tree, OlefileTreeOf(msi));
+  // The summary, the string pool and the tables, and the embedded cabinet
+  // (its own stream, larger than the mini stream cutoff or not).
+  EXPECT_EQ(tree.count("\x05SummaryInformation"), 1u);
+  EXPECT_GT(tree.size(), 10u);
+}
+
 // A tree of everything the builder can lay out: nested storages with times,
 // streams in the mini stream and in sectors, empty streams, names outside
 // ASCII.

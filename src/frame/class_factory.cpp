@@ -5,6 +5,7 @@
 #include "cadserv/guids.h"
 #include "frame/module_state.h"
 #include "frame/page_list.h"
+#include "streams/file_stream.h"
 
 namespace cadserv::frame {
 
@@ -16,7 +17,9 @@ HRESULT ClassFactory::QueryInterface(REFIID riid, void** object) {
   return S_OK;
 }
 
-ULONG ClassFactory::AddRef() { return ++refCount_; }
+ULONG ClassFactory::AddRef() {
+  return ++refCount_;
+}
 
 ULONG ClassFactory::Release() {
   if (--refCount_ != 0) return refCount_;
@@ -29,9 +32,12 @@ HRESULT ClassFactory::CreateInstance(IUnknown* outer, REFIID riid, void** object
   if (outer != nullptr) return CLASS_E_NOAGGREGATION;
 
   if (riid == IID_IServFileStream) {
-    // The file stream class does not exist yet in this build; until it does,
-    // no class of the library offers this interface.
-    return E_NOINTERFACE;
+    // An unopened file stream; its owner opens it through IServFileStream.
+    // A stream counts itself in the object count with every AddRef and
+    // Release, so nothing is added here.
+    IServFileStream* stream = streams::NewFileStream();
+    if (stream == nullptr) return E_OUTOFMEMORY;
+    return stream->QueryInterface(&riid, object);
   }
   if (riid == IID_ISpecifyPropertyPages) {
     auto* list = new (std::nothrow) TextMappingPageList();

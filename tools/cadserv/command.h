@@ -28,8 +28,20 @@ bool WriteOutput(const std::string& path, const std::string& bytes, std::string&
 // "pure-ascii", "unicode", "symbol". False when it is not a code page.
 bool ParseCodePage(const std::string& text, int32_t& codePage);
 
+// UTF-8 (command-line arguments) -> UTF-16 (the library's names); invalid
+// sequences become U+FFFD.
+std::u16string Utf16FromUtf8(const std::string& text);
+// An element name of a compound file as the tool shows it: UTF-8, with
+// control characters and '/' as \xNN and a backslash doubled, so that a
+// path joins names with '/'. ParseElementName reads that form back; false
+// for a malformed escape.
+std::string ShowElementName(const std::u16string& name);
+bool ParseElementName(const std::string& shown, std::u16string& name);
+
 // Subcommands.
 int TextCommand(const Args& args);
+int StorageCommand(const Args& args);
+int FileCommand(const Args& args);
 
 }  // namespace cadserv_tool
 

@@ -12,6 +12,9 @@ const char kUsage[] =
     "\n"
     "commands:\n"
     "  text convert --from CP --to CP [-o OUT] [FILE]   convert text between code pages\n"
+    "  storage ls FILE                  list the elements of a compound file\n"
+    "  storage cat FILE PATH            write a compound file's stream element to stdout\n"
+    "  file info FILE                   size, DOS date and time, compound or not\n"
     "\n"
     "Run 'cadserv <command> --help' for the arguments of a command.\n";
 
@@ -22,6 +25,8 @@ struct Command {
 
 constexpr Command kCommands[] = {
     {"text", TextCommand},
+    {"storage", StorageCommand},
+    {"file", FileCommand},
 };
 
 }  // namespace

@@ -65,6 +65,27 @@ int32_t AnsiCodePage() {
   return codePage;
 }
 
+int32_t OemCodePage() {
+  // The MS-DOS code page of the same script, as Windows pairs them. Western
+  // locales split: English keeps the original 437, the others use 850.
+  struct Pair {
+    int32_t ansi;
+    int32_t oem;
+  };
+  static const Pair kPairs[] = {{1250, 852}, {1251, 866}, {1253, 737}, {1254, 857},
+                                {1255, 862}, {1256, 720}, {1257, 775}};
+  int32_t ansi = AnsiCodePage();
+  for (const Pair& pair : kPairs) {
+    if (pair.ansi == ansi) return pair.oem;
+  }
+  if (ansi != 1252) return ansi;  // 874, 932, 936, 949, 950, 1258 serve as both
+  static const bool english = [] {
+    std::string locale = ProcessLocaleName();
+    return locale == "C" || locale == "POSIX" || locale.rfind("en", 0) == 0;
+  }();
+  return english ? 437 : 850;
+}
+
 void SetAnsiCodePageForTesting(int32_t codePage) {
   g_override.store(codePage, std::memory_order_relaxed);
 }

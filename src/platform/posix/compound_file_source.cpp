@@ -1,4 +1,5 @@
-// Compound files on disk: the file as a byte source, read with pread, and
+// Compound files on disk: the file as a byte source (mapped, see
+// file_view_source.h, or read with pread where it cannot be mapped), and
 // the deny-write share of an open compound file as a shared flock().
 #include <errno.h>
 #include <fcntl.h>
@@ -9,6 +10,7 @@
 
 #include "platform/platform.h"
 #include "platform/posix/compound_storage.h"
+#include "platform/posix/file_view_source.h"
 #include "platform/posix/utf8_path.h"
 
 namespace cadserv::platform {
@@ -87,7 +89,11 @@ Storage* OpenStorageFile(const WCHAR* path) {
     close(descriptor);
     return nullptr;
   }
-  return OpenStorageFromSource(std::make_unique<FileSource>(descriptor, size));
+  // Mapped where the file allows it (element reads are then memory copies);
+  // read with pread otherwise.
+  std::unique_ptr<cfb::ByteSource> source = MapFileSource(descriptor, size);
+  if (source == nullptr) source = std::make_unique<FileSource>(descriptor, size);
+  return OpenStorageFromSource(std::move(source));
 }
 
 }  // namespace cadserv::platform

@@ -143,8 +143,9 @@ bool Report(const std::string& path, FoundFile* found) {
   struct stat info;
   if (!Stat(path, &info)) return false;
   if (found != nullptr) {
-    found->size = static_cast<uint64_t>(info.st_size);
+    // Folders have no size of their own in a search's answer.
     found->isDirectory = S_ISDIR(info.st_mode);
+    found->size = found->isDirectory ? 0 : static_cast<uint64_t>(info.st_size);
   }
   return true;
 }

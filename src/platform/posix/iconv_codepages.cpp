@@ -6,6 +6,7 @@
 #include <string>
 
 #include "platform/platform.h"
+#include "platform/posix/codepage_backend.h"
 #include "platform/posix/iconv_names.h"
 
 namespace cadserv::platform {
@@ -82,6 +83,8 @@ const ByteTable* ByteTableFor(uint32_t codePage) {
 }  // namespace
 
 bool ConvertByteToUnit(uint32_t codePage, uint8_t byte, WCHAR* unit) {
+  codePage = ResolveCodePage(codePage);
+  if (DeclaredUnknownForTesting(codePage)) return false;
   const ByteTable* table = ByteTableFor(codePage);
   if (table == nullptr) {
     ByteTable* once = BuildByteTable(codePage);
