@@ -17,15 +17,9 @@
 // on a stream whose Seek fails (the rest of the window is then read, leaving
 // the stream where the single read would have left it).
 //
-// When the stream's content lies in memory (GetBuffer), the bytes are
-// examined there, at the stream's position, rather than in the buffer that
-// Read has just filled with the same bytes: a load right after the stream's
-// copy would wait for that copy, and so would every following call.
-//
 // The fast reading relies on what every cadserv stream does: Read returns
-// fewer bytes than asked only at the end of the content, a failing Read
-// fails whatever range it is asked for, and GetBuffer's bytes are the ones
-// Read returns.
+// fewer bytes than asked only at the end of the content, and a failing Read
+// fails whatever it is asked for.
 //
 // The bytes of `buffer` after the line's terminating zero are unspecified.
 #include <string.h>
@@ -37,8 +31,8 @@
 namespace cadserv::streams {
 namespace {
 
-// The first piece is enough for several DXF lines; later pieces double.
-constexpr uint32_t kFirstPiece = 64;
+// The first piece holds a typical DXF line with its end; later pieces double.
+constexpr uint32_t kFirstPiece = 32;
 
 // Keeps the rare paths out of the common one, so that it stays short.
 #if defined(__GNUC__)
@@ -51,10 +45,9 @@ constexpr uint32_t kFirstPiece = 64;
 struct Window {
   IServStream* stream;
   char* buffer;
-  uint32_t size;         // what the single read would ask for: size - 1
-  const uint8_t* bytes;  // the window's bytes: the buffer, or the stream's view
-  uint32_t held;         // bytes of the window in the buffer so far
-  bool complete;         // `held` is all that the single read would have given
+  uint32_t size;  // what the single read would ask for: size - 1
+  uint32_t held;  // bytes of the window in the buffer so far
+  bool complete;  // `held` is all that the single read would have given
 };
 
 // The general case, after the first piece: lines that need more pieces,
@@ -69,7 +62,8 @@ class LineReader {
   CADSERV_COLD void ReadRest();
 
  private:
-  uint8_t At(uint32_t offset) const { return w_.bytes[offset]; }
+  const uint8_t* Bytes() const { return reinterpret_cast<const uint8_t*>(w_.buffer); }
+  uint8_t At(uint32_t offset) const { return Bytes()[offset]; }
   // Reads the next piece of the window; at the end of the stream (or of the
   // window) marks the text complete.
   void ReadMore();
@@ -126,7 +120,7 @@ int32_t LineReader::ReadLine(bool skipEmpty) {
   uint32_t start = 0;  // the current line's first byte
   uint32_t scan = 0;   // bytes before this hold no stop byte
   for (;;) {
-    uint32_t stop = scan + static_cast<uint32_t>(FindLineStop(w_.bytes + scan, w_.held - scan));
+    uint32_t stop = scan + static_cast<uint32_t>(FindLineStop(Bytes() + scan, w_.held - scan));
     if (stop == w_.held) {
       scan = w_.held;
       if (!w_.complete) {
@@ -169,11 +163,7 @@ int32_t LineReader::ReadLine(bool skipEmpty) {
 // first 16 bytes hold a line that is not to be skipped, its end, and the
 // byte after the end. Anything else goes to the LineReader.
 int32_t GetLine(IServStream* stream, char* buffer, uint32_t size, bool skipEmpty) {
-  Window w{stream, buffer, size - 1, reinterpret_cast<const uint8_t*>(buffer), 0, false};
-  if (const uint8_t* view = stream->GetBuffer()) {
-    uint32_t position = 0;
-    if (stream->Seek(0, SERV_SEEK_CUR, &position) == SERV_OK) w.bytes = view + position;
-  }
+  Window w{stream, buffer, size - 1, 0, false};
   uint32_t first = w.size < kFirstPiece ? w.size : kFirstPiece;
   uint32_t got = 0;
   if (stream->Read(buffer, first, &got) != SERV_OK) got = 0;
@@ -186,7 +176,8 @@ int32_t GetLine(IServStream* stream, char* buffer, uint32_t size, bool skipEmpty
   w.complete = got < first || got == w.size;
 
   uint32_t end, next;
-  if (got >= 16 && FindLineEndInBlock(w.bytes, end, next) && !(skipEmpty && end == 0)) {
+  if (got >= 16 && FindLineEndInBlock(reinterpret_cast<const uint8_t*>(buffer), end, next) &&
+      !(skipEmpty && end == 0)) {
     if (stream->Seek(static_cast<int32_t>(next - got), SERV_SEEK_CUR, nullptr) != SERV_OK) {
       LineReader(w).ReadRest();
     }

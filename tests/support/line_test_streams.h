@@ -45,8 +45,9 @@ inline void PrintTo(const LineStreamKind& kind, std::ostream* out) {
 }
 
 // Every kind: the test memory stream without and with an in-memory view
-// (the stand-in for the library's memory stream), and the library's file
-// streams where they are built.
+// (the stand-in for the library's memory stream until that is built), the
+// file stream over a mapped file and over a file read through its handle,
+// and an element stream of a compound file.
 std::vector<LineStreamKind> LineStreamKinds();
 
 // The stream's position, asked through Seek.
