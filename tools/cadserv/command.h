@@ -42,6 +42,7 @@ bool ParseElementName(const std::string& shown, std::u16string& name);
 int TextCommand(const Args& args);
 int StorageCommand(const Args& args);
 int FileCommand(const Args& args);
+int LinesCommand(const Args& args);
 
 }  // namespace cadserv_tool
 

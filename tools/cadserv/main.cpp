@@ -15,6 +15,7 @@ const char kUsage[] =
     "  storage ls FILE                  list the elements of a compound file\n"
     "  storage cat FILE PATH            write a compound file's stream element to stdout\n"
     "  file info FILE                   size, DOS date and time, compound or not\n"
+    "  lines FILE [--size N] [--skip-empty]   each line as SERV_GetLine returns it\n"
     "\n"
     "Run 'cadserv <command> --help' for the arguments of a command.\n";
 
@@ -27,6 +28,7 @@ constexpr Command kCommands[] = {
     {"text", TextCommand},
     {"storage", StorageCommand},
     {"file", FileCommand},
+    {"lines", LinesCommand},
 };
 
 }  // namespace
