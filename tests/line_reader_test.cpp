@@ -11,7 +11,8 @@
 #include <vector>
 
 #include "cadserv/lines.h"
-#include "platform/platform.h"
+#include "support/code_page_scope.h"
+#include "support/compound_file_tools.h"
 #include "support/line_test_streams.h"
 #include "support/memory_test_stream.h"
 #include "support/reference_getline.h"
@@ -247,7 +248,7 @@ TEST(GetLine, AgreesWithTheReferenceOnRandomTexts) {
 }
 
 TEST(GetLineToW, WidensTheLineFromTheAnsiCodePage) {
-  cadserv::platform::SetAnsiCodePageForTesting(1252);
+  cadserv_test::AnsiCodePage ansi(1252);
   MemoryTestStream stream(
       "\x80"
       "ab\r\ncd");
@@ -261,16 +262,14 @@ TEST(GetLineToW, WidensTheLineFromTheAnsiCodePage) {
   buffer[0] = buffer[1] = u'Z';
   EXPECT_EQ(SERV_GetLineToW(&stream, reinterpret_cast<char*>(buffer), 16, 0), -1);
   EXPECT_EQ(buffer[0], 0);
-  cadserv::platform::SetAnsiCodePageForTesting(0);
 }
 
 TEST(GetLineToW, CountsStreamBytesAndSkipsEmptyLines) {
-  cadserv::platform::SetAnsiCodePageForTesting(1250);
+  cadserv_test::AnsiCodePage ansi(1250);
   MemoryTestStream stream("\n\n\x8A\xE8\n");
   WCHAR buffer[8];
   EXPECT_EQ(SERV_GetLineToW(&stream, reinterpret_cast<char*>(buffer), 8, 1), 3);
   EXPECT_EQ(std::u16string(buffer), u"\u0160\u010D");
-  cadserv::platform::SetAnsiCodePageForTesting(0);
 }
 
 TEST(PutLine, WritesTheTextAndALineFeed) {
@@ -323,6 +322,27 @@ TEST(PutLine, RoundTripsThroughGetLine) {
     EXPECT_STREQ(buffer, line);
   }
   EXPECT_EQ(SERV_GetLine(&stream, buffer, sizeof buffer, 0), -1);
+}
+
+// The same through files: written by a file stream, read back mapped.
+TEST(PutLine, RoundTripsThroughAFile) {
+  cadserv_test::TempDir dir;
+  std::u16string path = cadserv_test::Widen(dir.path() + "/out.dxf");
+  IServStream* stream = nullptr;
+  ASSERT_EQ(SERV_OpenFile(path.c_str(), SERV_MODE_WRITE, &stream, nullptr), SERV_OK);
+  EXPECT_EQ(SERV_PutLine(stream, "  0"), 0);
+  EXPECT_EQ(SERV_PutLine(stream, "EOF"), 0);
+  stream->Release();
+  ASSERT_EQ(SERV_OpenFile(path.c_str(), SERV_MODE_READ, &stream, nullptr), SERV_OK);
+  char buffer[16];
+  EXPECT_EQ(SERV_GetLine(stream, buffer, sizeof buffer, 0), 4);
+  EXPECT_STREQ(buffer, "  0");
+  EXPECT_EQ(SERV_GetLine(stream, buffer, sizeof buffer, 0), 4);
+  EXPECT_STREQ(buffer, "EOF");
+  EXPECT_EQ(SERV_GetLine(stream, buffer, sizeof buffer, 0), -1);
+  // A stream that cannot be written (the mapped reader) takes no line.
+  EXPECT_EQ(SERV_PutLine(stream, "more"), -1);
+  stream->Release();
 }
 
 }  // namespace

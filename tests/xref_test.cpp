@@ -14,6 +14,7 @@
 
 #include "platform/platform.h"
 #include "streams/split_path.h"
+#include "support/code_page_scope.h"
 
 namespace {
 
@@ -322,7 +323,7 @@ TEST(LocateXRef, PathsOfMaxPathLength) {
 
 // The ANSI form answers as the wide form for paths in the ANSI code page.
 TEST(LocateXRefA, AnswersAsTheWideForm) {
-  cadserv::platform::SetAnsiCodePageForTesting(1252);
+  cadserv_test::AnsiCodePage ansi(1252);
   TempFolder temp;
   temp.File(u8"Pl\u00e4ne/plan.dwg");
   std::string hostFolder = "D:" + Backslashes(temp.path()) + "\\Pl\xE4ne\\";  // code page 1252
@@ -338,7 +339,17 @@ TEST(LocateXRefA, AnswersAsTheWideForm) {
   EXPECT_STREQ(xref, "C:\\old\\site\\missing.dxf");
   EXPECT_EQ(SERV_LocateXRefA(0, nullptr, xref), SERV_E_NOTFOUND);
   EXPECT_STREQ(xref, "C:\\old\\site\\missing.dxf");
-  cadserv::platform::SetAnsiCodePageForTesting(0);
+}
+
+TEST(LocateXRefA, DoubleByteAnsiCodePage) {
+  cadserv_test::AnsiCodePage ansi(932);
+  TempFolder temp;
+  temp.File(u8"\u56F3\u9762/plan.dwg");  // 図面, in code page 932: 90 7D 96 CA
+  std::string hostFolder = Backslashes(temp.path()) + "\\\x90\x7D\x96\xCA\\";
+  char xref[300];
+  strcpy(xref, "C:\\old\\plan.dxf");
+  EXPECT_EQ(SERV_LocateXRefA(0, (hostFolder + "main.dwg").c_str(), xref), SERV_OK);
+  EXPECT_EQ(std::string(xref), hostFolder + "plan.dwg");
 }
 
 TEST(LocateXRefA, PathsLongerThan259AreNotLookedFor) {
