@@ -66,7 +66,7 @@ bool Decode(const std::string& text, std::u32string& out) {
   for (size_t i = 0; i < text.size();) {
     unsigned char lead = static_cast<unsigned char>(text[i]);
     int extra = lead < 0x80 ? 0 : lead >= 0xF0 ? 3 : lead >= 0xE0 ? 2 : lead >= 0xC0 ? 1 : -1;
-    if (extra < 0 || lead >= 0xF8 || i + extra >= text.size() + (extra == 0 ? 1 : 0)) return false;
+    if (extra < 0 || lead >= 0xF8 || i + extra >= text.size()) return false;
     char32_t c = extra == 0 ? lead : lead & (0x3F >> extra);
     for (int k = 1; k <= extra; ++k) {
       unsigned char next = static_cast<unsigned char>(text[i + k]);
