@@ -202,10 +202,10 @@ SERVRESULT ServFileStream::Seek(int32_t offset, uint32_t origin, uint32_t* newPo
     if (!elementStream_->Seek(offset, origin, &target)) return SERV_E_READ;
     position_ = Low32(target);
   } else if (view_ != nullptr) {
-    const uint32_t bases[] = {0, position_, size_};
+    uint32_t base = origin == SERV_SEEK_SET ? 0 : origin == SERV_SEEK_CUR ? position_ : size_;
     // Compared as signed 32-bit values, which limits mapped seeking to
     // files below 2 GiB.
-    int32_t target = static_cast<int32_t>(bases[origin] + static_cast<uint32_t>(offset));
+    int32_t target = static_cast<int32_t>(base + static_cast<uint32_t>(offset));
     if (target < 0 || target > static_cast<int32_t>(size_)) {
       if (newPosition != nullptr) *newPosition = position_;
       return SERV_E_SEEK;

@@ -11,11 +11,14 @@ const char kUsage[] =
     "usage: cadserv <command> [arguments]\n"
     "\n"
     "commands:\n"
-    "  text convert --from CP --to CP [-o OUT] [FILE]   convert text between code pages\n"
-    "  storage ls FILE                  list the elements of a compound file\n"
-    "  storage cat FILE PATH            write a compound file's stream element to stdout\n"
-    "  file info FILE                   size, DOS date and time, compound or not\n"
-    "  lines FILE [--size N] [--skip-empty]   each line as SERV_GetLine returns it\n"
+    "  text convert --from CP --to CP [-o OUT] [FILE]  convert text between code pages,\n"
+    "                                       UTF-16LE and UTF-8\n"
+    "  text codepages                       the well-known code pages and their names\n"
+    "  text charset [--default CP] N        the code page of font character set N\n"
+    "  storage ls FILE                      list the elements of a compound file\n"
+    "  storage cat FILE PATH                write a compound file's stream element to stdout\n"
+    "  file info FILE                       size, DOS date and time, compound or not\n"
+    "  lines FILE [--size N] [--skip-empty] each line as SERV_GetLine returns it\n"
     "\n"
     "Run 'cadserv <command> --help' for the arguments of a command.\n";
 
@@ -40,7 +43,8 @@ int main(int argc, char** argv) {
     fputs(kUsage, stderr);
     return kExitUsage;
   }
-  if (strcmp(argv[1], "--help") == 0 || strcmp(argv[1], "-h") == 0 || strcmp(argv[1], "help") == 0) {
+  if (strcmp(argv[1], "--help") == 0 || strcmp(argv[1], "-h") == 0 ||
+      strcmp(argv[1], "help") == 0) {
     fputs(kUsage, stdout);
     return kExitOk;
   }
