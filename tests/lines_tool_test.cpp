@@ -1,26 +1,15 @@
 // The cadserv tool's lines subcommand, run as a filter author runs it.
 #include <gtest/gtest.h>
 #include <stdio.h>
-#include <sys/wait.h>
 
 #include <string>
 
 #include "support/compound_file_tools.h"
+#include "support/tool_runner.h"
 
 namespace {
 
-// Runs `cadserv ARGUMENTS`; its exit code, with standard output in `output`.
-int RunTool(const std::string& arguments, std::string* output) {
-  std::string command = std::string(CADSERV_TOOL_PATH) + " " + arguments + " 2>/dev/null";
-  FILE* pipe = popen(command.c_str(), "r");
-  if (pipe == nullptr) return -1;
-  output->clear();
-  char chunk[4096];
-  size_t got;
-  while ((got = fread(chunk, 1, sizeof chunk, pipe)) > 0) output->append(chunk, got);
-  int status = pclose(pipe);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
+using cadserv_test::RunTool;
 
 class LinesTool : public ::testing::Test {
  protected:

@@ -1,30 +1,17 @@
 // The cadserv tool's storage and file subcommands, run as a user runs them.
 #include <gtest/gtest.h>
 #include <stdio.h>
-#include <sys/wait.h>
 
 #include <string>
 
 #include "support/compound_file_builder.h"
 #include "support/compound_file_tools.h"
 #include "support/file_stream_helpers.h"
+#include "support/tool_runner.h"
 
 namespace {
 
 using namespace cadserv_test;
-
-// Runs `cadserv ARGUMENTS`; its exit code, with standard output in `output`.
-int RunTool(const std::string& arguments, std::string* output) {
-  std::string command = std::string(CADSERV_TOOL_PATH) + " " + arguments + " 2>/dev/null";
-  FILE* pipe = popen(command.c_str(), "r");
-  if (pipe == nullptr) return -1;
-  output->clear();
-  char chunk[4096];
-  size_t got;
-  while ((got = fread(chunk, 1, sizeof chunk, pipe)) > 0) output->append(chunk, got);
-  int status = pclose(pipe);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
 
 class StorageTool : public ::testing::Test {
  protected:

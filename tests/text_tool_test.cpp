@@ -1,12 +1,10 @@
 // The cadserv tool's text subcommands, run as a user runs them.
 #include <gtest/gtest.h>
-#include <stdio.h>
-#include <stdlib.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <string>
+
+#include "support/tool_runner.h"
 
 namespace {
 
@@ -17,21 +15,8 @@ struct ToolRun {
 
 // Runs `cadserv <arguments>` with `input` on standard input.
 ToolRun Tool(const std::string& arguments, const std::string& input = "") {
-  char inputPath[] = "/tmp/cadserv-tool-in-XXXXXX";
-  int fd = mkstemp(inputPath);
-  EXPECT_GE(fd, 0);
-  EXPECT_EQ(write(fd, input.data(), input.size()), static_cast<ssize_t>(input.size()));
-  close(fd);
-  std::string command =
-      std::string("'") + CADSERV_TOOL_PATH + "' " + arguments + " < " + inputPath + " 2>/dev/null";
   ToolRun run;
-  FILE* pipe = popen(command.c_str(), "r");
-  char chunk[4096];
-  size_t n;
-  while ((n = fread(chunk, 1, sizeof chunk, pipe)) > 0) run.out.append(chunk, n);
-  int status = pclose(pipe);
-  run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  unlink(inputPath);
+  run.exitCode = cadserv_test::RunTool(arguments, &run.out, input);
   return run;
 }
 
