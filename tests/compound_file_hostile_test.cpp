@@ -341,6 +341,36 @@ TEST(CompoundFileHostile, BadEntriesAreNeitherListedNorOpened) {
   EXPECT_EQ(OpenBytes(file.bytes), nullptr);
 }
 
+TEST(CompoundFileHostile, NamesEqualButForCaseOpenOneElementOnce) {
+  // Two siblings whose names compare equal: both are listed, a lookup by
+  // either name finds one of them with its own size, and that element
+  // stays exclusive whichever spelling asks for it again.
+  CfbOptions options;
+  options.siblingsAsChain = true;
+  CfbFile file = BuildCompoundFile(
+      CfbNode::Storage(u"", {CfbNode::Stream(u"Twin", PatternBytes(10, 1)),
+                             CfbNode::Stream(u"TWIN", PatternBytes(700, 2))}),
+      options);
+  Ref<Storage> root = OpenBytes(file.bytes);
+  ASSERT_NE(root, nullptr);
+  std::vector<cadserv::platform::StorageElement> listed;
+  ASSERT_TRUE(root->ListElements(&listed));
+  EXPECT_EQ(listed.size(), 2u);
+  Ref<StorageStream> stream(root->OpenStream(u"tWiN"));
+  ASSERT_NE(stream, nullptr);
+  uint64_t size = 0, modified = 0;
+  ASSERT_TRUE(stream->Stat(&size, &modified));
+  EXPECT_TRUE(size == 10 || size == 700) << size;
+  std::vector<uint8_t> bytes(size + 1);
+  uint32_t got = 0;
+  ASSERT_TRUE(stream->Read(bytes.data(), static_cast<uint32_t>(bytes.size()), &got));
+  EXPECT_EQ(got, size);
+  bytes.resize(got);
+  EXPECT_EQ(bytes, PatternBytes(size, size == 10 ? 1 : 2));
+  EXPECT_EQ(root->OpenStream(u"Twin"), nullptr);
+  EXPECT_EQ(root->OpenStream(u"TWIN"), nullptr);
+}
+
 TEST(CompoundFileHostile, GarbageGivesFailuresOnly) {
   // Noise after a valid header, and noise with a valid header and FAT over
   // a damaged directory: whatever opens must list and read without harm.
