@@ -8,9 +8,9 @@
 // Targets: at least half the splitter's throughput, and more than getline's.
 // A table with the three figures side by side and the ratios ends the run.
 // Its last column is SERV_GetLine on the tests' in-memory stream over the
-// same bytes: the difference to the first column is what the file stream's
-// own Read and Seek cost per line (a guarded copy from the mapping, and
-// the seek back).
+// same bytes: a stream the library does not know, read through the
+// interface's Read and Seek, where the library's mapped file is read in
+// place.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <stdio.h>

@@ -347,10 +347,10 @@ TEST(CompoundFileHostile, NamesEqualButForCaseOpenOneElementOnce) {
   // stays exclusive whichever spelling asks for it again.
   CfbOptions options;
   options.siblingsAsChain = true;
-  CfbFile file = BuildCompoundFile(
-      CfbNode::Storage(u"", {CfbNode::Stream(u"Twin", PatternBytes(10, 1)),
-                             CfbNode::Stream(u"TWIN", PatternBytes(700, 2))}),
-      options);
+  CfbFile file =
+      BuildCompoundFile(CfbNode::Storage(u"", {CfbNode::Stream(u"Twin", PatternBytes(10, 1)),
+                                               CfbNode::Stream(u"TWIN", PatternBytes(700, 2))}),
+                        options);
   Ref<Storage> root = OpenBytes(file.bytes);
   ASSERT_NE(root, nullptr);
   std::vector<cadserv::platform::StorageElement> listed;

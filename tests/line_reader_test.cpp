@@ -5,6 +5,7 @@
 // and on the step-by-step reference reader, which the fuzz target and the
 // random differential test below hold the library to.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <random>
 #include <string>
@@ -13,6 +14,7 @@
 #include "cadserv/lines.h"
 #include "support/code_page_scope.h"
 #include "support/compound_file_tools.h"
+#include "support/file_stream_helpers.h"
 #include "support/line_test_streams.h"
 #include "support/memory_test_stream.h"
 #include "support/reference_getline.h"
@@ -245,6 +247,74 @@ TEST(GetLine, AgreesWithTheReferenceOnRandomTexts) {
       if (ra == -1 && fast.position() == text.size()) break;
     }
   }
+}
+
+uint32_t PositionOf(IServStream* stream) {
+  uint32_t position = 0;
+  stream->Seek(0, SERV_SEEK_CUR, &position);
+  return position;
+}
+
+// The library reads its own mapped files in place in the common case:
+// the answers must still be the reference's, call by call, on texts of
+// short lines, long lines and the rare bytes.
+TEST(GetLine, AgreesWithTheReferenceOnMappedFiles) {
+  std::mt19937 random(20261123);
+  const char* const kPieces[] = {"\r\n",      "\n",         "\r",
+                                 "\n\r",      "  0",        "LINE",
+                                 "12.500000", "AcDbEntity", "a-much-longer-value-than-one-block",
+                                 "\0",        "\x1A",       ""};
+  cadserv_test::TempDir dir;
+  for (int round = 0; round < 200; ++round) {
+    std::string text;
+    bool rare = round % 4 == 0;
+    while (text.size() < 20 + random() % 400) {
+      size_t piece = random() % (rare ? 11 : 9);
+      text += piece == 9 ? std::string(1, '\0') : std::string(kPieces[piece]);
+    }
+    std::string path = dir.Write("round.dxf", text.data(), text.size());
+    cadserv_test::StreamRef file;
+    ASSERT_EQ(cadserv_test::OpenStream(path, SERV_MODE_READ, &file), SERV_OK);
+    ASSERT_NE(file->GetBuffer(), nullptr) << "a file opened for reading is mapped";
+    MemoryTestStream slow(text, false);
+    for (int call = 0; call < 400; ++call) {
+      uint32_t size = 1 + random() % (random() % 4 == 0 ? 16 : 300);
+      BOOL skipEmpty = random() % 3 == 0;
+      std::vector<char> a(size, 'A'), b(size, 'B');
+      int32_t ra = SERV_GetLine(file.get(), a.data(), size, skipEmpty);
+      int32_t rb = ReferenceGetLine(&slow, b.data(), size, skipEmpty);
+      ASSERT_EQ(ra, rb) << "round " << round << " call " << call;
+      ASSERT_STREQ(a.data(), b.data()) << "round " << round << " call " << call;
+      ASSERT_EQ(PositionOf(file.get()), slow.position()) << "round " << round << " call " << call;
+      if (ra == -1 && slow.position() == text.size()) break;
+    }
+  }
+}
+
+// A mapped file cut short under the stream: the lines before the cut read
+// as they are, and where a read reaches the missing pages the call fails
+// (-1, an empty line) instead of ending the process.
+TEST(GetLine, AMappedFileCutShortFailsAtTheCut) {
+  cadserv_test::TempDir dir;
+  std::string text;
+  while (text.size() < 3 * 4096) text += " 10\r\n";
+  std::string path = dir.Write("cut.dxf", text.data(), text.size());
+  cadserv_test::StreamRef file;
+  ASSERT_EQ(cadserv_test::OpenStream(path, SERV_MODE_READ, &file), SERV_OK);
+  ASSERT_EQ(truncate(path.c_str(), 4096), 0);
+  char buffer[256];
+  int lines = 0;
+  int32_t result;
+  while ((result = SERV_GetLine(file.get(), buffer, sizeof buffer, 0)) != -1) {
+    ASSERT_EQ(result, 5);
+    ASSERT_STREQ(buffer, " 10");
+    ++lines;
+  }
+  EXPECT_STREQ(buffer, "");
+  EXPECT_LE(PositionOf(file.get()), 4096u);
+  // Every line that ends before the cut with a block of bytes to spare.
+  EXPECT_GE(lines, (4096 - 32) / 5);
+  EXPECT_EQ(SERV_GetLine(file.get(), buffer, sizeof buffer, 0), -1);
 }
 
 TEST(GetLineToW, WidensTheLineFromTheAnsiCodePage) {

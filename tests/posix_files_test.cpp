@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <random>
 #include <string>
 #include <thread>
@@ -150,6 +151,93 @@ TEST(PosixFiles, ReadingAMappingTheFileNoLongerBacksFailsWithReadError) {
   ASSERT_EQ(stream->Seek(4096, SERV_SEEK_SET, nullptr), SERV_OK);
   EXPECT_EQ(stream->Read(buffer.data(), 4096, &count), SERV_OK);
   EXPECT_EQ(count, 4096u);
+}
+
+// A view of `size` bytes whose file is then cut to `kept` bytes, so that
+// the pages after `kept` are gone. Unmapped and closed when destroyed.
+class CutMapping {
+ public:
+  CutMapping(const std::string& path, uint32_t size, off_t kept) {
+    file_ = platform::OpenFile(Widen(path).c_str(), platform::FileOpen::kReadExisting, nullptr);
+    mapping_ = platform::CreateReadOnlyMapping(file_, size);
+    view_ = platform::MapView(mapping_);
+    TruncateBehindTheStream(path, kept);
+  }
+  ~CutMapping() {
+    platform::UnmapView(mapping_, view_);
+    platform::CloseMapping(mapping_);
+    platform::CloseFile(file_);
+  }
+  const uint8_t* view() const { return view_; }
+
+ private:
+  platform::FileHandle file_;
+  platform::FileMapping* mapping_;
+  const uint8_t* view_;
+};
+
+TEST(PosixFiles, CopiesOfEverySizeFailExactlyWhereThePagesAreGone) {
+  TempDir dir;
+  std::vector<uint8_t> content = PatternBytes(3 * 4096, 8);
+  std::string path = dir.Write("cut.dxf", content.data(), content.size());
+  CutMapping cut(path, 3 * 4096, 4096);
+  ASSERT_NE(cut.view(), nullptr);
+  // Short copies take another road than long ones: both end at the cut.
+  struct Copy {
+    size_t offset, count;
+    bool succeeds;
+  };
+  const Copy kCopies[] = {
+      {0, 1, true},      {4095, 1, true},    {4096, 1, false},  {4080, 16, true},
+      {4081, 16, false}, {4064, 32, true},   {4065, 32, false}, {4000, 96, true},
+      {3840, 256, true}, {3841, 256, false}, {3839, 257, true}, {3840, 257, false},
+      {0, 4096, true},   {1, 4096, false},   {4100, 5, false},  {2000, 15, true},
+  };
+  for (const Copy& copy : kCopies) {
+    std::vector<uint8_t> out(copy.count, 0xEE);
+    EXPECT_EQ(platform::CopyFromMappedView(out.data(), cut.view() + copy.offset, copy.count),
+              copy.succeeds)
+        << copy.offset << "+" << copy.count;
+    if (copy.succeeds) {
+      EXPECT_TRUE(std::equal(out.begin(), out.end(), content.begin() + copy.offset))
+          << copy.offset << "+" << copy.count;
+    }
+  }
+#if defined(CADSERV_HAVE_MAPPED_BLOCK_LOAD)
+  for (size_t offset : {size_t{0}, size_t{4080}, size_t{4081}, size_t{4095}, size_t{5000}}) {
+    bool faulted = false;
+    alignas(16) uint8_t block[16];
+    _mm_store_si128(reinterpret_cast<__m128i*>(block),
+                    platform::LoadBlockFromMappedView(cut.view() + offset, &faulted));
+    bool backed = offset + 16 <= 4096;
+    EXPECT_EQ(faulted, !backed) << offset;
+    std::vector<uint8_t> expected(16, 0);
+    if (backed) expected.assign(content.begin() + offset, content.begin() + offset + 16);
+    EXPECT_TRUE(std::equal(expected.begin(), expected.end(), block)) << offset;
+    // Without a flag to set, a fault still gives zeros.
+    _mm_store_si128(reinterpret_cast<__m128i*>(block),
+                    platform::LoadBlockFromMappedView(cut.view() + offset, nullptr));
+    EXPECT_TRUE(std::equal(expected.begin(), expected.end(), block)) << offset;
+  }
+#endif
+}
+
+TEST(PosixFilesDeathTest, AFaultOnTheCopysDestinationIsNotTheGuardsBusiness) {
+  TempDir dir;
+  std::vector<uint8_t> content = PatternBytes(4096, 9);
+  std::string path = dir.Write("whole.dxf", content.data(), content.size());
+  for (size_t count : {size_t{16}, size_t{4096}}) {
+    EXPECT_DEATH(
+        {
+          CutMapping cut(path, 4096, 4096);
+          void* nowhere = reinterpret_cast<void*>(uintptr_t{64});
+          platform::CopyFromMappedView(nowhere, cut.view(), count);
+          fprintf(stderr, "a bad destination went unnoticed\n");
+          _exit(0);
+        },
+        "")
+        << count;
+  }
 }
 
 TEST(PosixFilesDeathTest, FaultsOutsideAGuardedCopyStillEndTheProcess) {

@@ -15,6 +15,10 @@
 #include <string>
 #include <vector>
 
+#if defined(__x86_64__)
+#include <emmintrin.h>
+#endif
+
 #include "cadserv/com.h"
 
 namespace cadserv::platform {
@@ -277,6 +281,19 @@ void CloseMapping(FileMapping* mapping);
 // mapping or its medium failed; the destination may then hold part of the
 // bytes. Faults outside the source range are not handled here.
 bool CopyFromMappedView(void* destination, const void* source, size_t count);
+
+#if defined(__x86_64__) && defined(__linux__)
+#define CADSERV_HAVE_MAPPED_BLOCK_LOAD 1
+// The 16 bytes at `source` in a view from MapView, read under the same guard
+// and returned in a register, for scanners that look at a few bytes per call
+// (the line reader), where even a short copy's store and reload would be
+// most of the cost. On a fault, returns zeros and sets `*faulted` unless
+// `faulted` is null: a caller that sends blocks holding a NUL to a path
+// that reads through the guarded copy needs no flag. A call without setup;
+// where the backend has none, CADSERV_HAVE_MAPPED_BLOCK_LOAD is not defined
+// and callers copy instead.
+__m128i LoadBlockFromMappedView(const void* source, bool* faulted);
+#endif
 
 // ---------------------------------------------------------------------------
 // Structured storage (StgIsStorageFile, StgOpenStorage, IStorage, IStream)

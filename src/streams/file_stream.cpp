@@ -2,6 +2,7 @@
 
 #include <string.h>
 
+#include <atomic>
 #include <new>
 
 namespace cadserv::streams {
@@ -14,18 +15,9 @@ uint32_t Low32(uint64_t value) {
   return static_cast<uint32_t>(value);
 }
 
-// The first word of a COM object: its interface table. Two objects of the
-// same final class share it, which tells a file stream of this library from
-// any other implementation of IServStream without touching more of the
-// other object than every COM object has (the check COM servers use to
-// recognise their own objects behind an interface pointer).
-const void* InterfaceTable(const void* object) {
-  const void* table;
-  memcpy(&table, object, sizeof table);
-  return table;
-}
-
 }  // namespace
+
+std::atomic<const void*> ServFileStream::table_{nullptr};
 
 ServFileStream::~ServFileStream() {
   Close();
@@ -247,7 +239,11 @@ SERVRESULT ServFileStream::GetInfo(ServStreamInfo* info) {
 }
 
 ServFileStream* NewFileStream() {
-  return new (std::nothrow) ServFileStream();
+  ServFileStream* stream = new (std::nothrow) ServFileStream();
+  if (stream != nullptr) {
+    ServFileStream::table_.store(ServFileStream::InterfaceTable(stream), std::memory_order_relaxed);
+  }
+  return stream;
 }
 
 }  // namespace cadserv::streams

@@ -19,13 +19,16 @@
 //
 // The fast reading relies on what every cadserv stream does: Read returns
 // fewer bytes than asked only at the end of the content, and a failing Read
-// fails whatever it is asked for.
+// fails whatever it is asked for. The library's own mapped file streams are
+// read in place in the common case, without the interface's calls.
 //
 // The bytes of `buffer` after the line's terminating zero are unspecified.
 #include <string.h>
 
 #include "cadserv/lines.h"
 #include "cadserv/text.h"
+#include "platform/platform.h"
+#include "streams/file_stream.h"
 #include "streams/line_scan.h"
 
 namespace cadserv::streams {
@@ -37,8 +40,10 @@ constexpr uint32_t kFirstPiece = 32;
 // Keeps the rare paths out of the common one, so that it stays short.
 #if defined(__GNUC__)
 #define CADSERV_COLD __attribute__((noinline, cold))
+#define CADSERV_NOINLINE __attribute__((noinline))
 #else
 #define CADSERV_COLD
+#define CADSERV_NOINLINE
 #endif
 
 // What one call has read of its window so far.
@@ -159,10 +164,36 @@ int32_t LineReader::ReadLine(bool skipEmpty) {
   }
 }
 
+#if defined(CADSERV_HAVE_MAPPED_BLOCK_LOAD)
+// The common case on a mapped file stream of the library, read in place: a
+// window of at least 16 bytes whose first 16 hold a line that is not to be
+// skipped, its end and the byte after the end. Then the single read and
+// the seek back would leave the stream after the terminator, which is
+// where this moves it. False, with nothing changed, in any other case --
+// also where the view faults: the block is then zeros, a NUL first, and
+// the general path meets the fault through the stream's Read.
+inline bool ReadShortLineInPlace(ServFileStream* file, char* buffer, uint32_t window,
+                                 bool skipEmpty, int32_t* result) {
+  uint32_t left = 0;
+  const uint8_t* bytes = file->MappedBytes(&left);
+  if (window < 16 || left < 16) return false;
+  __m128i block = platform::LoadBlockFromMappedView(bytes, nullptr);
+  uint32_t end, next;
+  if (!FindLineEndInBlock(block, end, next) || (skipEmpty && end == 0) || !file->Advance(next)) {
+    return false;
+  }
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(buffer), block);
+  buffer[end] = '\0';
+  *result = static_cast<int32_t>(next);
+  return true;
+}
+#endif
+
 // One call. The common case runs straight through on local values: the
 // first 16 bytes hold a line that is not to be skipped, its end, and the
 // byte after the end. Anything else goes to the LineReader.
-int32_t GetLine(IServStream* stream, char* buffer, uint32_t size, bool skipEmpty) {
+// Kept out of SERV_GetLine so that the in-place case stays a short call.
+CADSERV_NOINLINE int32_t GetLine(IServStream* stream, char* buffer, uint32_t size, bool skipEmpty) {
   Window w{stream, buffer, size - 1, 0, false};
   uint32_t first = w.size < kFirstPiece ? w.size : kFirstPiece;
   uint32_t got = 0;
@@ -193,6 +224,15 @@ int32_t GetLine(IServStream* stream, char* buffer, uint32_t size, bool skipEmpty
 int32_t SERV_GetLine(IServStream* stream, char* buffer, uint32_t size, BOOL skipEmpty) {
   // No room even for the terminator: nothing is read and nothing written.
   if (buffer == nullptr || size == 0) return -1;
+#if defined(CADSERV_HAVE_MAPPED_BLOCK_LOAD)
+  using cadserv::streams::ServFileStream;
+  int32_t result;
+  ServFileStream* mapped = ServFileStream::MappedFrom(stream);
+  if (mapped != nullptr && cadserv::streams::ReadShortLineInPlace(
+                               mapped, buffer, size - 1, (skipEmpty & 0xFF) != 0, &result)) {
+    return result;
+  }
+#endif
   if (stream == nullptr || size == 1) {
     // Size 1 leaves no room for a byte of text.
     buffer[0] = '\0';

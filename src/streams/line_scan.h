@@ -45,15 +45,13 @@ inline size_t FindLineStop(const uint8_t* bytes, size_t length) {
   return length;
 }
 
-// The line end among the 16 bytes at `bytes` (all of which must be
-// readable), when the first stop byte there is a CR or LF before the last
-// byte, so that the byte after it is known too. Sets `end` to its offset and
-// `next` to the offset after its terminator (CR LF and LF CR are one).
-// False when the block leaves anything open: no stop byte, a NUL or SUB
-// first, or the line end on the last byte.
-inline bool FindLineEndInBlock(const uint8_t* bytes, uint32_t& end, uint32_t& next) {
+// The line end among 16 bytes, when the first stop byte there is a CR or LF
+// before the last byte, so that the byte after it is known too. Sets `end`
+// to its offset and `next` to the offset after its terminator (CR LF and
+// LF CR are one). False when the block leaves anything open: no stop byte,
+// a NUL or SUB first, or the line end on the last byte.
 #if defined(__SSE2__)
-  __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes));
+inline bool FindLineEndInBlock(__m128i block, uint32_t& end, uint32_t& next) {
   unsigned lf = static_cast<unsigned>(
       _mm_movemask_epi8(_mm_cmpeq_epi8(block, _mm_set1_epi8(static_cast<char>(kLineFeed)))));
   unsigned cr = static_cast<unsigned>(
@@ -69,6 +67,13 @@ inline bool FindLineEndInBlock(const uint8_t* bytes, uint32_t& end, uint32_t& ne
   end = first;
   next = first + 1 + ((partners >> (first + 1)) & 1);
   return true;
+}
+#endif
+
+// The same for the 16 bytes at `bytes`, all of which must be readable.
+inline bool FindLineEndInBlock(const uint8_t* bytes, uint32_t& end, uint32_t& next) {
+#if defined(__SSE2__)
+  return FindLineEndInBlock(_mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes)), end, next);
 #else
   uint32_t first = 0;
   while (first < 16 && !IsLineStop(bytes[first])) ++first;

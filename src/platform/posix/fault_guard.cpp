@@ -6,6 +6,8 @@
 
 #include <mutex>
 
+#include "platform/posix/guarded_copy.h"
+
 namespace cadserv::platform::posix {
 namespace {
 
@@ -51,6 +53,7 @@ void OnFault(int signal, siginfo_t* info, void* context) {
   // Only a fault raised by the thread's own access is a guard's business;
   // si_code <= 0 means another process or raise() sent the signal.
   if (info != nullptr && info->si_code > 0) {
+    if (RedirectGuardedCopyFault(info->si_addr, context)) return;
     FaultInfo fault{signal, info->si_addr};
     for (GuardFrame* frame = t_innermost; frame != nullptr; frame = frame->outer) {
       FaultAction action = frame->filter(fault, frame->filterContext);
@@ -72,8 +75,12 @@ void InstallHandler() {
 
 }  // namespace
 
-bool RunGuarded(void (*body)(void*), void* bodyContext, FaultFilter filter, void* filterContext) {
+void InstallFaultHandler() {
   std::call_once(g_installed, InstallHandler);
+}
+
+bool RunGuarded(void (*body)(void*), void* bodyContext, FaultFilter filter, void* filterContext) {
+  InstallFaultHandler();
   GuardFrame frame;
   frame.outer = t_innermost;
   frame.filter = filter;

@@ -3,7 +3,7 @@
 // filter, which decides as a Win32 exception filter does.
 //
 // One process-wide handler for SIGSEGV and SIGBUS is installed at the first
-// guarded call, chained to whatever handler was there before. A fault on a
+// guarded call (or by InstallFaultHandler), chained to whatever handler was there before. A fault on a
 // thread inside a guarded call goes to that thread's guards, innermost
 // first; a fault that no guard takes (or outside any guarded call) goes on
 // to the previous handler, or ends the process as it would have without
@@ -28,6 +28,10 @@ struct FaultInfo {
 
 // Runs in the signal handler: must only do what is safe there.
 using FaultFilter = FaultAction (*)(const FaultInfo& fault, void* context);
+
+// Installs the process's handler if it is not yet: before the first
+// GuardedCopy, which has no setup of its own.
+void InstallFaultHandler();
 
 // Calls body(bodyContext) under a guard. True when the body returned; false
 // when a fault was handed to `filter` and it answered kExecuteHandler. The

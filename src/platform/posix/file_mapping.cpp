@@ -6,6 +6,7 @@
 
 #include "platform/platform.h"
 #include "platform/posix/fault_guard.h"
+#include "platform/posix/guarded_copy.h"
 
 namespace cadserv::platform {
 
@@ -23,6 +24,8 @@ FileMapping* CreateReadOnlyMapping(FileHandle file, uint32_t size) {
 
 const uint8_t* MapView(FileMapping* mapping) {
   if (mapping == nullptr) return nullptr;
+  // Copies from the view rely on the fault handler being in place.
+  posix::InstallFaultHandler();
   // Shared, as a Windows view is: changes others make to the file show.
   void* view = mmap(nullptr, mapping->size, PROT_READ, MAP_SHARED, mapping->descriptor, 0);
   return view == MAP_FAILED ? nullptr : static_cast<const uint8_t*>(view);
@@ -62,8 +65,15 @@ posix::FaultAction InPageErrorFilter(const posix::FaultInfo& fault, void* contex
 
 }  // namespace
 
+// Up to this many bytes the guarded copy routine is cheaper than a guard's
+// setup; beyond it memcpy's own speed counts more.
+constexpr size_t kShortCopy = 256;
+
 bool CopyFromMappedView(void* destination, const void* source, size_t count) {
   if (count == 0) return true;
+  if (posix::kHaveGuardedCopy && count <= kShortCopy) {
+    return posix::GuardedCopy(destination, source, count);
+  }
   Copy copy{destination, source, count};
   return posix::RunGuarded(CopyBytes, &copy, InPageErrorFilter, &copy);
 }

@@ -6,6 +6,7 @@
 #include <new>
 
 #include "platform/platform.h"
+#include "platform/posix/fault_guard.h"
 
 namespace cadserv::platform {
 namespace {
@@ -36,6 +37,7 @@ class FileViewSource final : public cfb::ByteSource {
 
 std::unique_ptr<cfb::ByteSource> MapFileSource(int descriptor, uint64_t size) {
   if (size == 0 || size > SIZE_MAX) return nullptr;
+  posix::InstallFaultHandler();  // before any copy from the view
   void* view = mmap(nullptr, static_cast<size_t>(size), PROT_READ, MAP_SHARED, descriptor, 0);
   if (view == MAP_FAILED) return nullptr;
   std::unique_ptr<cfb::ByteSource> source(new (std::nothrow) FileViewSource(
