@@ -51,8 +51,8 @@ std::vector<double> Elements(const TransformationMatrix3D& matrix) {
   for (double value : theirs) scale = std::max(scale, fabs(value));
   for (size_t i = 0; i < ours.size(); ++i)
     if (!(fabs(ours[i] - theirs[i]) <= kRelativeTolerance * scale))
-      return ::testing::AssertionFailure() << "element " << i << ": ours " << Number(ours[i])
-                                           << ", ezdxf " << Number(theirs[i]);
+      return ::testing::AssertionFailure()
+             << "element " << i << ": ours " << Number(ours[i]) << ", ezdxf " << Number(theirs[i]);
   return ::testing::AssertionSuccess();
 }
 

@@ -24,7 +24,7 @@ class CADSERV_API Map3D : public TransformationMatrix3D {
   ~Map3D();
   Map3D& operator=(const Map3D& other);  // matrix and all six cache fields
 
-  void SetToIdentity();                  // matrix and cache back to their initial state
+  void SetToIdentity();                     // matrix and cache back to their initial state
   void SetMatrix(double (*const m)[4][4]);  // as SetToIdentity, then copies *m (not analysed)
   void GetMatrix(double (*m)[4][4]);
   double GetRotation() const;

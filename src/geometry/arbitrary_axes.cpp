@@ -62,8 +62,7 @@ CADSERV_CAPI void ACAD_Invert3x3InPlace(double* m) {
   const double m0 = m[0], m1 = m[1], m2 = m[2];
   const double m3 = m[3], m4 = m[4], m5 = m[5];
   const double m6 = m[6], m7 = m[7], m8 = m[8];
-  const double det =
-      m0 * (m4 * m8 - m7 * m5) - m1 * (m3 * m8 - m6 * m5) + m2 * (m7 * m3 - m6 * m4);
+  const double det = m0 * (m4 * m8 - m7 * m5) - m1 * (m3 * m8 - m6 * m5) + m2 * (m7 * m3 - m6 * m4);
   const double inv = 1 / det;
   m[0] = (m4 * m8 - m7 * m5) * inv;
   m[1] = -(m1 * m8 - m7 * m2) * inv;

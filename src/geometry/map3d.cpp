@@ -9,17 +9,25 @@
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 static_assert(offsetof(Map3D, m) == 0, "the matrix comes first");
-static_assert(offsetof(Map3D, rotation) == 128 && offsetof(Map3D, mirrorX) == 136 &&
-                  offsetof(Map3D, mirrorY) == 137 && offsetof(Map3D, mirrorZ) == 138 &&
-                  offsetof(Map3D, allFlag) == 139 && offsetof(Map3D, anyFlag) == 140,
-              "the cache follows the matrix: rotation, mirrorX, mirrorY, mirrorZ, allFlag, anyFlag");
+static_assert(
+    offsetof(Map3D, rotation) == 128 && offsetof(Map3D, mirrorX) == 136 &&
+        offsetof(Map3D, mirrorY) == 137 && offsetof(Map3D, mirrorZ) == 138 &&
+        offsetof(Map3D, allFlag) == 139 && offsetof(Map3D, anyFlag) == 140,
+    "the cache follows the matrix: rotation, mirrorX, mirrorY, mirrorZ, allFlag, anyFlag");
 static_assert(sizeof(Map3D) == 144, "Map3D is its matrix, one double and five flags");
 #pragma GCC diagnostic pop
 
 Map3D::Map3D()
-    : rotation(0.0), mirrorX(false), mirrorY(false), mirrorZ(false), allFlag(true), anyFlag(false) {}
+    : rotation(0.0),
+      mirrorX(false),
+      mirrorY(false),
+      mirrorZ(false),
+      allFlag(true),
+      anyFlag(false) {}
 
-Map3D::Map3D(const Map3D& other) : Map3D() { *this = other; }
+Map3D::Map3D(const Map3D& other) : Map3D() {
+  *this = other;
+}
 
 Map3D::Map3D(double sx, double sy, double sz, double angle, double dx, double dy, double dz,
              double rcx, double rcy, double /*rcz*/, double scx, double scy, double scz)
@@ -43,7 +51,9 @@ Map3D& Map3D::operator=(const Map3D& other) {
   return *this;
 }
 
-void Map3D::SetToIdentity() { *this = Map3D(); }
+void Map3D::SetToIdentity() {
+  *this = Map3D();
+}
 
 void Map3D::SetMatrix(double (*const elements)[4][4]) {
   SetToIdentity();
@@ -56,10 +66,18 @@ void Map3D::GetMatrix(double (*elements)[4][4]) {
     for (int c = 0; c < 4; ++c) (*elements)[r][c] = m[r][c];
 }
 
-double Map3D::GetRotation() const { return rotation; }
-bool Map3D::GetMirrorX() const { return mirrorX; }
-bool Map3D::GetMirrorY() const { return mirrorY; }
-bool Map3D::GetMirrorZ() const { return mirrorZ; }
+double Map3D::GetRotation() const {
+  return rotation;
+}
+bool Map3D::GetMirrorX() const {
+  return mirrorX;
+}
+bool Map3D::GetMirrorY() const {
+  return mirrorY;
+}
+bool Map3D::GetMirrorZ() const {
+  return mirrorZ;
+}
 
 namespace {
 
@@ -83,13 +101,13 @@ void CombineCache(Map3D& map, const Map3D& other) {
 }  // namespace
 
 Map3D& Map3D::ComposeLeft(const Map3D& other) {
-  TransformationMatrix3D::operator=(other * *this);
+  TransformationMatrix3D::operator=(other** this);
   CombineCache(*this, other);
   return *this;
 }
 
 Map3D& Map3D::ComposeRight(const Map3D& other) {
-  TransformationMatrix3D::operator=(*this * other);
+  TransformationMatrix3D::operator=(*this* other);
   CombineCache(*this, other);
   return *this;
 }

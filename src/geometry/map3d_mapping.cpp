@@ -12,7 +12,9 @@ constexpr double kNoDistance = -1e306;
 
 }  // namespace
 
-sol_point Map3D::MapPoint(const sol_point& p) const { return p * *this; }
+sol_point Map3D::MapPoint(const sol_point& p) const {
+  return p * *this;
+}
 
 // The twelve elements are held in locals so that stores through dst (which
 // may alias anything) do not force them to be reloaded for every point.

@@ -10,7 +10,9 @@ constexpr double kDegreesToRadians = 0.017453292519943295;
 
 // matrix = matrix x t, by the full product: even zero elements of t take
 // part, so infinities in the matrix give the product's IEEE results.
-void Append(TransformationMatrix3D& matrix, const TransformationMatrix3D& t) { matrix = matrix * t; }
+void Append(TransformationMatrix3D& matrix, const TransformationMatrix3D& t) {
+  matrix = matrix * t;
+}
 
 }  // namespace
 

@@ -12,7 +12,9 @@ static_assert(offsetof(sol_vector, x) == 0 && offsetof(sol_vector, y) == 8 &&
 static_assert(offsetof(TransformationMatrix3D, m) == 0, "the matrix holds only its elements");
 static_assert(sizeof(double[4][4]) == 128, "rows are stored one after another");
 
-TransformationMatrix3D::TransformationMatrix3D() { SetToIdentity(); }
+TransformationMatrix3D::TransformationMatrix3D() {
+  SetToIdentity();
+}
 
 TransformationMatrix3D::~TransformationMatrix3D() {}
 

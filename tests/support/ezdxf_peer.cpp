@@ -9,8 +9,8 @@
 
 namespace cadserv_test {
 
-bool AskEzdxf(const std::vector<std::string>& questions,
-              std::vector<std::vector<double>>* answers, std::string* error) {
+bool AskEzdxf(const std::vector<std::string>& questions, std::vector<std::vector<double>>* answers,
+              std::string* error) {
   answers->clear();
   std::string input;
   for (const std::string& question : questions) input += question + "\n";

@@ -11,8 +11,8 @@ namespace cadserv_test {
 // answers, one vector of numbers a line. Returns false, with the reason in
 // `error`, when the peer cannot run (ezdxf missing) or answers a different
 // number of lines.
-bool AskEzdxf(const std::vector<std::string>& questions,
-              std::vector<std::vector<double>>* answers, std::string* error);
+bool AskEzdxf(const std::vector<std::string>& questions, std::vector<std::vector<double>>* answers,
+              std::string* error);
 
 }  // namespace cadserv_test
 
