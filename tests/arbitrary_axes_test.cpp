@@ -64,23 +64,6 @@ TEST(ArbitraryAxes, WorldZCrossExtrusionUnlessNearZ) {
              "at 1/64");
 }
 
-TEST(ArbitraryAxes, AxesAreOrthonormalAndRightHanded) {
-  const double directions[][3] = {{0.3, 0.4, 0.5}, {-0.7, 0.1, -0.2}, {0.01, -0.012, 0.3}};
-  for (const auto& n : directions) {
-    double a[9];
-    ACAD_CalcArbitraryAxes(a, n[0], n[1], n[2]);
-    const double* x = a;
-    const double* y = a + 3;
-    EXPECT_NEAR(x[0] * x[0] + x[1] * x[1] + x[2] * x[2], 1, 1e-15);
-    EXPECT_NEAR(y[0] * y[0] + y[1] * y[1] + y[2] * y[2], 1, 1e-15);
-    EXPECT_NEAR(x[0] * y[0] + x[1] * y[1] + x[2] * y[2], 0, 1e-15);
-    EXPECT_NEAR(x[0] * n[0] + x[1] * n[1] + x[2] * n[2], 0, 1e-15);
-    // x cross y points along the extrusion.
-    const double cz = x[0] * y[1] - x[1] * y[0];
-    EXPECT_GT(cz * n[2], 0);
-  }
-}
-
 TEST(Invert3x3, InvertsInPlace) {
   double diagonal[9] = {2, 0, 0, 0, 4, 0, 0, 0, 8};
   ACAD_Invert3x3InPlace(diagonal);
@@ -88,17 +71,6 @@ TEST(Invert3x3, InvertsInPlace) {
   double swap[9] = {0, 1, 0, 1, 0, 0, 0, 0, 1};
   ACAD_Invert3x3InPlace(swap);
   ExpectAxes(swap, {{0, 1, 0, 1, 0, 0, 0, 0, 1}}, "swap");
-
-  // The inverse of the axes of an extrusion is their transpose.
-  double axes[9];
-  ACAD_CalcArbitraryAxes(axes, 0.3, -0.4, 0.5);
-  const double length = sqrt(0.5);
-  for (int i = 6; i < 9; ++i) axes[i] /= length;
-  double inverse[9];
-  for (int i = 0; i < 9; ++i) inverse[i] = axes[i];
-  ACAD_Invert3x3InPlace(inverse);
-  for (int r = 0; r < 3; ++r)
-    for (int c = 0; c < 3; ++c) EXPECT_NEAR(inverse[r * 3 + c], axes[c * 3 + r], 1e-15);
 
   // A general matrix: m x inverse(m) = I.
   const double m[9] = {2, -1, 0.5, 3, 1, -2, 0.25, 4, 1};
