@@ -97,7 +97,7 @@ void PrintTable(const std::map<std::string, double>& bps) {
   };
   const double limit = at("Memcpy/min_time:1.000");
   if (limit == 0) return;
-  printf("\n%d points, %zu MB (bytes/s)\n", kPoints, kBytes >> 20);
+  printf("\n%d points, %zu bytes a pass\n", kPoints, kBytes);
   printf("%-22s %16s %16s %10s\n", "", "bytes/s", "memcpy bytes/s", "ratio");
   for (const char* name : {"MapPointArrayInPlace", "MapPointArray"}) {
     const double ours = at(std::string(name) + "/min_time:1.000");
