@@ -3,11 +3,14 @@
 #ifndef CADSERV_CADSERV_H
 #define CADSERV_CADSERV_H
 
+#include "cadserv/arbitrary_axes.h"
 #include "cadserv/codepage.h"
 #include "cadserv/com.h"
 #include "cadserv/export.h"
+#include "cadserv/geometry.h"
 #include "cadserv/guids.h"
 #include "cadserv/lines.h"
+#include "cadserv/map3d.h"
 #include "cadserv/server.h"
 #include "cadserv/stream.h"
 #include "cadserv/text.h"
