@@ -30,10 +30,12 @@ struct Command {
   int (*run)(const Args& args);
 };
 
+// clang-format off: one command a line
 constexpr Command kCommands[] = {
     {"text", TextCommand},   {"storage", StorageCommand},   {"file", FileCommand},
     {"lines", LinesCommand}, {"settings", SettingsCommand},
 };
+// clang-format on
 
 }  // namespace
 }  // namespace cadserv_tool

@@ -1,5 +1,6 @@
 #include "platform/posix/settings_file.h"
 
+#include <dirent.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <pwd.h>
@@ -113,6 +114,21 @@ bool ReplaceFile(const std::string& folder, const std::string& path, const std::
   return true;
 }
 
+// Temporary files that a process killed in the middle of a save left
+// behind. Only the holder of the lock writes one, so under the lock every
+// such file is stale.
+void RemoveStaleTemporaries(const std::string& folder) {
+  DIR* directory = opendir(folder.c_str());
+  if (directory == nullptr) return;
+  const std::string prefix = "settings.reg.";
+  while (const struct dirent* entry = readdir(directory)) {
+    if (std::string(entry->d_name).compare(0, prefix.size(), prefix) == 0) {
+      unlinkat(dirfd(directory), entry->d_name, 0);
+    }
+  }
+  closedir(directory);
+}
+
 }  // namespace
 
 std::string SettingsFolder() {
@@ -143,6 +159,7 @@ bool UpdateSettingsStore(const std::function<bool(SettingsTree*)>& change) {
   std::string lockPath = folder + "/settings.lock";
   Descriptor lock(open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
   if (lock.get() < 0 || !LockExclusive(lock.get())) return false;
+  RemoveStaleTemporaries(folder);
   SettingsTree tree = ReadSettingsStore();
   if (!change(&tree)) return true;
   return ReplaceFile(folder, SettingsFilePath(), FormatSettingsText(tree));

@@ -33,7 +33,8 @@ SettingsTree ReadSettingsStore();
 // if so the new text goes to a temporary file in the folder (mode 0600),
 // is flushed to the disk, and replaces the old file by rename, after which
 // the folder is flushed too. A crash at any point leaves the old file or
-// the new one. True when the update landed (or nothing needed writing);
+// the new one; the temporary files of saves that died are removed by the
+// next update. True when the update landed (or nothing needed writing);
 // false when the folder, the lock or the file could not be written.
 bool UpdateSettingsStore(const std::function<bool(SettingsTree*)>& change);
 
