@@ -191,6 +191,9 @@ TEST_F(SettingsRegistry, DamagedFileReadsAsEmptyAndIsReplacedOnSave) {
   SetDword(key, u"Value", 7);
   RegCloseKey(key);
   EXPECT_EQ(store_.ReadFile(), "; cadserv settings 1\n[Kept]\n\"Value\"=dword:00000007\n");
+  std::string kept;  // the damaged file, kept for whoever made it
+  ASSERT_TRUE(cadserv_test::RunCommand("cat '" + store_.folder() + "/settings.bad'", &kept));
+  EXPECT_EQ(kept, "; cadserv settings 1\n[Kept]\n\"Value\"=dword:0000");
 }
 
 TEST_F(SettingsRegistry, UnwritableStoreFailsCleanly) {

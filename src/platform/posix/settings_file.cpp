@@ -129,6 +129,18 @@ void RemoveStaleTemporaries(const std::string& folder) {
   closedir(directory);
 }
 
+// Reads the store at `path` into `tree`. False when a file is there but
+// cannot be read or is not the text form (the tree is then empty); true
+// for a good file and for none at all.
+bool ReadStore(const std::string& path, SettingsTree* tree) {
+  *tree = SettingsTree();
+  if (path.empty()) return true;
+  Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  if (file.get() < 0) return errno == ENOENT;
+  std::string text;
+  return ReadWhole(file.get(), &text) && ParseSettingsText(text, tree);
+}
+
 }  // namespace
 
 std::string SettingsFolder() {
@@ -145,11 +157,7 @@ std::string SettingsFilePath() {
 
 SettingsTree ReadSettingsStore() {
   SettingsTree tree;
-  std::string path = SettingsFilePath();
-  if (path.empty()) return tree;
-  Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  std::string text;
-  if (file.get() >= 0 && ReadWhole(file.get(), &text)) ParseSettingsText(text, &tree);
+  ReadStore(SettingsFilePath(), &tree);
   return tree;
 }
 
@@ -160,9 +168,18 @@ bool UpdateSettingsStore(const std::function<bool(SettingsTree*)>& change) {
   Descriptor lock(open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
   if (lock.get() < 0 || !LockExclusive(lock.get())) return false;
   RemoveStaleTemporaries(folder);
-  SettingsTree tree = ReadSettingsStore();
+  std::string path = SettingsFilePath();
+  SettingsTree tree;
+  bool damaged = !ReadStore(path, &tree);
   if (!change(&tree)) return true;
-  return ReplaceFile(folder, SettingsFilePath(), FormatSettingsText(tree));
+  if (damaged) {
+    // The file that read as empty stays at hand for its owner: perhaps a
+    // hand edit that went wrong, which this save is about to replace.
+    std::string kept = folder + "/settings.bad";
+    unlink(kept.c_str());
+    link(path.c_str(), kept.c_str());
+  }
+  return ReplaceFile(folder, path, FormatSettingsText(tree));
 }
 
 }  // namespace cadserv::platform

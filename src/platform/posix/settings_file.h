@@ -34,8 +34,10 @@ SettingsTree ReadSettingsStore();
 // is flushed to the disk, and replaces the old file by rename, after which
 // the folder is flushed too. A crash at any point leaves the old file or
 // the new one; the temporary files of saves that died are removed by the
-// next update. True when the update landed (or nothing needed writing);
-// false when the folder, the lock or the file could not be written.
+// next update. A file that read as empty because it was damaged or
+// foreign is kept as "settings.bad" before the update replaces it. True
+// when the update landed (or nothing needed writing); false when the
+// folder, the lock or the file could not be written.
 bool UpdateSettingsStore(const std::function<bool(SettingsTree*)>& change);
 
 }  // namespace cadserv::platform
