@@ -20,6 +20,7 @@
 #endif
 
 #include "cadserv/com.h"
+#include "cadserv/registry.h"
 
 namespace cadserv::platform {
 
@@ -363,6 +364,42 @@ bool IsStorageFile(const WCHAR* path);
 // exclusive flock cannot get it meanwhile, and a file a writer holds so
 // cannot be opened.
 Storage* OpenStorageFile(const WCHAR* path);
+
+// ---------------------------------------------------------------------------
+// Per-user settings (RegCreateKeyExW, RegOpenKeyExW, RegQueryValueExW,
+// RegSetValueExW, RegCloseKey under HKEY_CURRENT_USER)
+//
+// Keys are HKEY handles; HKEY_CURRENT_USER is the root. Results are the
+// registry's codes (ERROR_SUCCESS, ERROR_FILE_NOT_FOUND, ERROR_MORE_DATA,
+// ...; see cadserv/registry.h). On POSIX the store is a text file under
+// the XDG config folder, written by atomic replace under an advisory lock,
+// so that saves from several processes at once all land and a crash in the
+// middle of one leaves the old file or the new one; a file that cannot be
+// read or parsed reads as empty.
+
+// RegCreateKeyExW(parent, path, 0, "", options, access, null, key, null):
+// opens `path` below `parent`, creating what is missing.
+int32_t CreateSettingsKey(HKEY parent, const WCHAR* path, uint32_t options, uint32_t access,
+                          HKEY* key, bool* created);
+
+// RegOpenKeyExW(parent, path, 0, access, key): ERROR_FILE_NOT_FOUND when
+// the key does not exist.
+int32_t OpenSettingsKey(HKEY parent, const WCHAR* path, uint32_t access, HKEY* key);
+
+// RegQueryValueExW(key, name, null, type, data, size), as documented there.
+int32_t QuerySettingsValue(HKEY key, const WCHAR* name, uint32_t* type, uint8_t* data,
+                           uint32_t* size);
+
+// RegSetValueExW(key, name, 0, type, data, size).
+int32_t SetSettingsValue(HKEY key, const WCHAR* name, uint32_t type, const uint8_t* data,
+                         uint32_t size);
+
+// RegCloseKey.
+int32_t CloseSettingsKey(HKEY key);
+
+// Where the store lives, for people (tools): on POSIX the file's path,
+// empty when neither XDG_CONFIG_HOME nor a home folder is known.
+std::string SettingsStoreLocation();
 
 // ---------------------------------------------------------------------------
 // Test hooks: let a test reach paths that depend on the platform's answers.

@@ -43,6 +43,7 @@ int TextCommand(const Args& args);
 int StorageCommand(const Args& args);
 int FileCommand(const Args& args);
 int LinesCommand(const Args& args);
+int SettingsCommand(const Args& args);
 
 }  // namespace cadserv_tool
 

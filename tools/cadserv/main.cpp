@@ -19,6 +19,9 @@ const char kUsage[] =
     "  storage cat FILE PATH                write a compound file's stream element to stdout\n"
     "  file info FILE                       size, DOS date and time, compound or not\n"
     "  lines FILE [--size N] [--skip-empty] each line as SERV_GetLine returns it\n"
+    "  settings show                        the user's text mapping choices\n"
+    "  settings set [--input-cp CP] [--output-cp CP] [--use-drawing-cp on|off]\n"
+    "               [--translate-acad on|off]  save text mapping choices\n"
     "\n"
     "Run 'cadserv <command> --help' for the arguments of a command.\n";
 
@@ -27,12 +30,12 @@ struct Command {
   int (*run)(const Args& args);
 };
 
+// clang-format off: one command a line
 constexpr Command kCommands[] = {
-    {"text", TextCommand},
-    {"storage", StorageCommand},
-    {"file", FileCommand},
-    {"lines", LinesCommand},
+    {"text", TextCommand},   {"storage", StorageCommand},   {"file", FileCommand},
+    {"lines", LinesCommand}, {"settings", SettingsCommand},
 };
+// clang-format on
 
 }  // namespace
 }  // namespace cadserv_tool
