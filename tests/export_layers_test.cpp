@@ -196,4 +196,20 @@ TEST(LayerTable, WithoutInitEveryLookupFails) {
   EXPECT_EQ(object->AddLayer(u"a", 0, 0, 0, 1), -1);
 }
 
+TEST(LayerTable, ASecondInitStartsANewArrayAndKeepsTheCount) {
+  ExportObject object;
+  object->InitLayerTable(2, 0);
+  object->AddLayer(u"a", 0, 0, 0, 1);
+  object->AddLayer(u"b", 0, 0, 0, 1);
+  object->InitLayerTable(3, 0);
+  EXPECT_EQ(object->FindLayer(u"a"), nullptr) << "the old records are gone";
+  EXPECT_EQ(object->AddLayer(u"c", 0, 0, 0, 1), 2) << "the count was kept";
+  EXPECT_EQ(object->AddLayer(u"d", 0, 0, 0, 1), -1);
+  EXPECT_EQ(NameOf(object->GetLayer(2)), u"c");
+  object->InitLayerTable(1, 0);
+  EXPECT_EQ(object->GetLayer(0)->name, nullptr) << "only records below the capacity are read";
+  EXPECT_EQ(object->GetLayer(1), nullptr);
+  EXPECT_EQ(object->AddLayer(u"e", 0, 0, 0, 1), -1);
+}
+
 }  // namespace

@@ -7,7 +7,9 @@
 // Filters built by other compilers read the record, so the offsets that the
 // library itself touches are fixed. They are the same on 32-bit Windows and
 // on 64-bit targets: the record holds no pointers and every double is
-// 8-aligned on both.
+// 8-aligned on both. (A 32-bit target that aligns doubles to 4, such as
+// i386 Linux, would not share the layout and is not a target.)
+#if defined(_WIN32) || UINTPTR_MAX == 0xFFFFFFFFFFFFFFFFu
 static_assert(offsetof(ACADinfo, version) == 0, "ACADinfo.version");
 static_assert(offsetof(ACADinfo, bounds) == 8, "ACADinfo.bounds");
 static_assert(offsetof(ACADinfo, unitValues) == 56, "ACADinfo.unitValues");
@@ -18,6 +20,7 @@ static_assert(offsetof(ACADinfo, extrusion) == 1320, "ACADinfo.extrusion");
 static_assert(offsetof(ACADinfo, matrix) == 1464, "ACADinfo.matrix");
 static_assert(offsetof(ACADinfo, versionIsNot8) == 1560, "ACADinfo.versionIsNot8");
 static_assert(sizeof(ACADinfo) == 1600, "ACADinfo is 1600 bytes");
+#endif
 
 bool SERV_InitACADinfo(ACADinfo* info, int32_t version) {
   if (info == nullptr) return false;
