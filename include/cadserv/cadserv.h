@@ -3,10 +3,14 @@
 #ifndef CADSERV_CADSERV_H
 #define CADSERV_CADSERV_H
 
+#include "cadserv/acadinfo.h"
 #include "cadserv/arbitrary_axes.h"
 #include "cadserv/codepage.h"
 #include "cadserv/com.h"
+#include "cadserv/entity_context.h"
 #include "cadserv/export.h"
+#include "cadserv/export_records.h"
+#include "cadserv/export_support.h"
 #include "cadserv/geometry.h"
 #include "cadserv/guids.h"
 #include "cadserv/lines.h"
